@@ -1,0 +1,15 @@
+# jy_boost: the header-only part of Boost. The system include folder must not be on a cross compiler's path, so the
+# boost folder alone is linked into the build tree.
+set(JY_BOOST_INCLUDE_DIR /usr/include CACHE PATH "Folder that holds the boost folder")
+if(NOT EXISTS ${JY_BOOST_INCLUDE_DIR}/boost/version.hpp)
+  message(FATAL_ERROR "Boost headers not found below ${JY_BOOST_INCLUDE_DIR}; install libboost-dev or set JY_BOOST_INCLUDE_DIR.")
+endif()
+if(CMAKE_CROSSCOMPILING)
+  file(MAKE_DIRECTORY ${CMAKE_BINARY_DIR}/include)
+  file(CREATE_LINK ${JY_BOOST_INCLUDE_DIR}/boost ${CMAKE_BINARY_DIR}/include/boost SYMBOLIC)
+  set(jy_boost_dir ${CMAKE_BINARY_DIR}/include)
+else()
+  set(jy_boost_dir ${JY_BOOST_INCLUDE_DIR})
+endif()
+add_library(jy_boost INTERFACE)
+target_include_directories(jy_boost SYSTEM INTERFACE ${jy_boost_dir})

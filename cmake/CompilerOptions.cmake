@@ -1,0 +1,35 @@
+# jy_options: what every target of the project compiles and links with.
+add_library(jy_options INTERFACE)
+target_include_directories(jy_options INTERFACE ${PROJECT_SOURCE_DIR})
+target_compile_definitions(
+  jy_options INTERFACE UNICODE _UNICODE WIN32_LEAN_AND_MEAN NOMINMAX WINVER=0x0A00 _WIN32_WINNT=0x0A00
+                       NTDDI_VERSION=0x0A000000)
+
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+  target_compile_options(
+    jy_options
+    INTERFACE $<$<COMPILE_LANGUAGE:CXX>:-Wall
+              -Wextra
+              -Wpedantic
+              -Wconversion
+              -Wshadow
+              -Werror
+              # A hardware fault is thrown as a C++ exception at the faulting instruction.
+              -fnon-call-exceptions>
+              # Undefined behaviour traps, and the C++ library checks its preconditions.
+              $<$<AND:$<CONFIG:Debug>,$<COMPILE_LANGUAGE:CXX>>:-O1
+              -D_GLIBCXX_ASSERTIONS
+              -fsanitize=undefined
+              -fsanitize-undefined-trap-on-error>)
+  # The module imports system DLLs only.
+  target_link_options(jy_options INTERFACE -static)
+elseif(MSVC)
+  target_compile_options(jy_options INTERFACE /W4 /WX /EHa /permissive- /Zc:__cplusplus)
+endif()
+
+# jy_add_layer(NAME sources... USES layers...): one folder of the module as a static library.
+function(jy_add_layer name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;USES" ${ARGN})
+  add_library(jy_${name} STATIC ${ARG_SOURCES})
+  target_link_libraries(jy_${name} PUBLIC jy_options jy_boost ${ARG_USES})
+endfunction()

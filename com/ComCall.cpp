@@ -1,0 +1,85 @@
+#include "com/ComCall.h"
+
+#include "log/Snapshot.h"
+#include "util/ApiErrorException.h"
+#include "util/ErrorException.h"
+#include "util/StructureException.h"
+#include "util/StructuredExceptionGuard.h"
+
+#include <exception>
+
+namespace JY::Pictaro {
+
+namespace {
+
+Log2::Logger openTrace(const MethodName& name) {
+    return name.type != nullptr ? Log2::traceMember(name.position, *name.type, name.function)
+                                : Log2::traceFunction(name.position, name.function);
+}
+
+/// Records what cannot have been foreseen and keeps the recent records.
+template <class Text>
+void recordFatal(const Log2::Logger& log, SourcePosition position, const Text& text) {
+    log.fatal(position) << text;
+    Log2::requestSnapshot();
+}
+
+/// Records the exception in flight and answers with its HRESULT.
+HRESULT translateCurrentException(const Log2::Logger& log, SourcePosition position) {
+    try {
+        throw;
+    } catch (const ApiErrorException& exception) {
+        log.error(position) << exception;
+        return static_cast<HRESULT>(exception.code());
+    } catch (const ErrorException& exception) {
+        log.error(position) << exception;
+    } catch (const Exception& exception) {
+        recordFatal(log, position, exception);
+    } catch (const std::exception& exception) {
+        recordFatal(log, position, exception.what());
+    } catch (...) {
+        recordFatal(log, position, "Unknown exception.");
+    }
+    return E_FAIL;
+}
+
+} // namespace
+
+HRESULT ComCall::check(std::initializer_list<RequiredPointer> required) const {
+    for (const RequiredPointer& argument : required) {
+        if (argument.pointer == nullptr) {
+            recordNull(argument.name);
+            return E_INVALIDARG;
+        }
+    }
+    return S_OK;
+}
+
+HRESULT ComCall::outOfMemory(const char* name) const {
+    recordNull(name);
+    return E_OUTOFMEMORY;
+}
+
+void ComCall::recordNull(const char* name) const {
+    logger_.fatal(name_.position) << name << " is NULL.";
+    Log2::requestSnapshot();
+}
+
+HRESULT Detail::runComCall(const MethodName& name, std::initializer_list<RequiredPointer> required, ComBody body,
+                           void* context) {
+    const TranslatorScope translator(translateStructuredException);
+    Log2::Logger log = openTrace(name);
+    const ComCall call(name, log);
+    HRESULT result = call.check(required);
+    if (FAILED(result)) {
+        return result;
+    }
+    try {
+        callTranslated([&] { result = body(context, call); });
+    } catch (...) {
+        result = translateCurrentException(log, name.position);
+    }
+    return result;
+}
+
+} // namespace JY::Pictaro

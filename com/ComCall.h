@@ -1,0 +1,72 @@
+#pragma once
+
+#include "log/Core.h"
+#include "util/SourcePosition.h"
+
+#include <windows.h>
+
+#include <initializer_list>
+#include <memory>
+#include <type_traits>
+#include <typeinfo>
+
+namespace JY::Pictaro {
+
+/// The method that a COM call runs in, for its trace scope and its records.
+struct MethodName {
+    SourcePosition position;
+    const std::type_info* type; ///< the object's run-time type; null for an exported function
+    const char* function;       ///< static string
+};
+
+/// A pointer argument that must not be null, with the parameter's name.
+struct RequiredPointer {
+    const char* name;
+    const void* pointer;
+};
+
+/// What the body of a COM call works with.
+class ComCall {
+public:
+    ComCall(const MethodName& name, Log2::Logger& logger) : name_(name), logger_(logger) {}
+
+    Log2::Logger& log() const { return logger_; }
+    /// S_OK when every pointer is there; else the first that is null is recorded as fatal by name, a snapshot is asked
+    /// for, and E_INVALIDARG returned.
+    HRESULT check(std::initializer_list<RequiredPointer> required) const;
+    /// Records at fatal that an object could not be allocated; asks for a snapshot and returns E_OUTOFMEMORY.
+    HRESULT outOfMemory(const char* name) const;
+
+private:
+    void recordNull(const char* name) const;
+
+    const MethodName& name_;
+    Log2::Logger& logger_;
+};
+
+namespace Detail {
+using ComBody = HRESULT (*)(void* body, const ComCall& call);
+HRESULT runComCall(const MethodName& name, std::initializer_list<RequiredPointer> required, ComBody body,
+                   void* context);
+} // namespace Detail
+
+/// The boundary between the module and its callers, the same for every COM method and exported function: installs the
+/// structured-exception translator, opens the ENTER/EXIT scope, refuses null pointers, runs `body(const ComCall&)`,
+/// which returns an HRESULT, and turns every exception into a record and an HRESULT: the code of an ApiErrorException
+/// unchanged, E_FAIL for all others; a fatal record is followed by a snapshot. Nothing is thrown.
+template <class Body>
+HRESULT comCall(const MethodName& name, std::initializer_list<RequiredPointer> required, Body&& body) {
+    return Detail::runComCall(
+        name, required,
+        [](void* context, const ComCall& call) -> HRESULT {
+            return (*static_cast<std::remove_reference_t<Body>*>(context))(call);
+        },
+        const_cast<void*>(static_cast<const void*>(std::addressof(body))));
+}
+
+template <class Body>
+HRESULT comCall(const MethodName& name, Body&& body) {
+    return comCall(name, {}, std::forward<Body>(body));
+}
+
+} // namespace JY::Pictaro

@@ -1,0 +1,59 @@
+#pragma once
+
+#include "com/ModuleUsageCounter.h"
+#include "log/Core.h"
+#include "util/ClassName.h"
+
+#include <windows.h>
+#include <wrl/client.h>
+
+#include <cstdint>
+#include <new>
+#include <typeinfo>
+#include <utility>
+
+namespace JY::Pictaro {
+
+/// Reference counting of every COM object of the module, and its place in the module's usage count. `I` is the COM
+/// interface; further bases may follow. An object starts with one reference; QueryInterface is the concrete class's.
+template <class I, class... Others>
+class ComUnknownBase : public I, public Others... {
+public:
+    ComUnknownBase(const ComUnknownBase&) = delete;
+    ComUnknownBase& operator=(const ComUnknownBase&) = delete;
+
+    ULONG STDMETHODCALLTYPE AddRef() override {
+        return static_cast<ULONG>(InterlockedIncrement(reinterpret_cast<volatile LONG*>(&referenceCount_)));
+    }
+
+    ULONG STDMETHODCALLTYPE Release() override {
+        const LONG count = InterlockedDecrement(reinterpret_cast<volatile LONG*>(&referenceCount_));
+        if (count == 0) {
+            constexpr SourceFile here{"ComUnknownBase"};
+            Log2::untraced().trace(here()) << "Delete at Release. instance=" << className(typeid(*this));
+            delete this;
+        }
+        return static_cast<ULONG>(count);
+    }
+
+protected:
+    explicit ComUnknownBase(ModuleUsageCounter& counter) : usage_(counter) {}
+
+public:
+    virtual ~ComUnknownBase() = default;
+
+private:
+    std::uint32_t referenceCount_ = 1;
+    ModuleUsage usage_;
+};
+
+/// Makes a COM object whose first reference belongs to the result; null when there is no memory for the object itself.
+/// What the constructor throws passes through.
+template <class T, class... Arguments>
+Microsoft::WRL::ComPtr<T> createObject(Arguments&&... arguments) {
+    Microsoft::WRL::ComPtr<T> object;
+    object.Attach(new (std::nothrow) T(std::forward<Arguments>(arguments)...));
+    return object;
+}
+
+} // namespace JY::Pictaro

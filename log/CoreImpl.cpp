@@ -1,0 +1,68 @@
+#include "log/CoreImpl.h"
+
+#include "log/RecordBuilder.h"
+#include "util/ClassName.h"
+
+namespace JY::Log2 {
+
+namespace {
+constexpr SourceFile here{"Core"};
+constexpr int liveLoggersLine = 34;
+} // namespace
+
+void CoreImpl::addSink(boost::shared_ptr<Sink> sink) {
+    sinks_.push_back(std::move(sink));
+}
+
+void CoreImpl::flush() {
+    for (const auto& sink : sinks_) {
+        sink->flush();
+    }
+}
+
+void CoreImpl::shutdown(ShutdownMode mode) {
+    const std::uint32_t count = liveLoggers_;
+    if (mode != ShutdownMode::silent && count != 0) {
+        reportLiveLoggers(count, mode);
+    }
+    for (const auto& sink : sinks_) {
+        sink->close();
+    }
+    sinks_.clear();
+}
+
+Logger CoreImpl::createLogger(SourcePosition position, const std::type_info& type, const char* function,
+                              Severity severity) {
+    return Logger(countLogger(), position, bareClassName(type), function, severity);
+}
+
+Logger CoreImpl::createLogger(SourcePosition position, const char* function, Severity severity) {
+    return Logger(countLogger(), position, {}, function, severity);
+}
+
+Logger CoreImpl::createLogger() {
+    return Logger(countLogger());
+}
+
+void CoreImpl::write(const Record& record) {
+    for (const auto& sink : sinks_) {
+        sink->write(record);
+    }
+}
+
+void CoreImpl::releaseLogger() {
+    --liveLoggers_;
+}
+
+boost::shared_ptr<InternalCoreInterface> CoreImpl::countLogger() {
+    boost::shared_ptr<InternalCoreInterface> self = shared_from_this();
+    ++liveLoggers_;
+    return self;
+}
+
+void CoreImpl::reportLiveLoggers(std::uint32_t count, ShutdownMode mode) {
+    const Severity severity = mode == ShutdownMode::reportFatal ? Severity::fatal : Severity::warn;
+    RecordBuilder(this, here.at(liveLoggersLine), severity) << "There are some Logger instances exists. =" << count;
+}
+
+} // namespace JY::Log2

@@ -1,0 +1,17 @@
+#pragma once
+
+#include "log/Record.h"
+
+namespace JY::Log2 {
+
+/// The side of the core that loggers see. Any thread.
+class InternalCoreInterface {
+public:
+    virtual void write(const Record& record) = 0;
+    virtual void releaseLogger() = 0;
+
+protected:
+    ~InternalCoreInterface() = default;
+};
+
+} // namespace JY::Log2

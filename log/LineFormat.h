@@ -1,0 +1,19 @@
+#pragma once
+
+#include "log/Record.h"
+#include "util/TextBuffer.h"
+
+#include <array>
+#include <cstddef>
+
+namespace JY::Log2 {
+
+/// The 20 columns of the source file's name in a line, and room for the terminator. Each kind of sink has one, used
+/// under the sink's lock.
+using SourceColumn = std::array<char, 21>;
+
+/// Appends the head of a record's line, up to and including the blank before the message: local time, thread, severity,
+/// source file (padded or cut to 20 columns) and line.
+void appendLineHead(TextBuffer& out, const Record& record, SourceColumn& column);
+
+} // namespace JY::Log2

@@ -1,0 +1,26 @@
+#include "log/RecordBuilder.h"
+
+#include "util/ClassName.h"
+
+#include <typeinfo>
+
+namespace JY::Log2 {
+
+RecordBuilder& RecordBuilder::operator<<(const Exception& exception) {
+    if (core_ != nullptr) {
+        text_ << "Exception caught. " << className(typeid(exception)) << ", " << exception.getDescription();
+    }
+    return *this;
+}
+
+void RecordBuilder::send() noexcept {
+    try {
+        Record record{{}, GetCurrentThreadId(), severity_, position_, text_.view()};
+        GetLocalTime(&record.time);
+        core_->write(record);
+    } catch (...) {
+        // A log that fails must not fail its caller.
+    }
+}
+
+} // namespace JY::Log2

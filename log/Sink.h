@@ -1,0 +1,19 @@
+#pragma once
+
+#include "log/Record.h"
+#include "log/Severity.h"
+
+namespace JY::Log2 {
+
+/// Where records go. Any thread.
+class Sink {
+public:
+    virtual ~Sink() = default;
+    virtual void flush() = 0;
+    virtual void close() = 0;
+    virtual void write(const Record& record) = 0;
+    /// Records below `severity` are dropped from now on.
+    virtual void setThreshold(Severity severity) = 0;
+};
+
+} // namespace JY::Log2

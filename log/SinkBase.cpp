@@ -1,0 +1,19 @@
+#include "log/SinkBase.h"
+
+#include <mutex>
+
+namespace JY::Log2 {
+
+void SinkBase::write(const Record& record) {
+    const std::lock_guard guard(lock_);
+    if (record.severity >= threshold_) {
+        doWrite(record);
+    }
+}
+
+void SinkBase::setThreshold(Severity severity) {
+    const std::lock_guard guard(lock_);
+    threshold_ = severity;
+}
+
+} // namespace JY::Log2

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <windows.h>
+
+namespace JY {
+
+/// A mutual-exclusion lock that one thread may take more than once. Works with std::lock_guard.
+class Lock {
+public:
+    virtual void lock() = 0;
+    virtual void unlock() = 0;
+    virtual ~Lock() = default;
+};
+
+/// A lock over a critical section.
+class LockImpl final : public Lock {
+public:
+    LockImpl() { InitializeCriticalSection(&section_); }
+    ~LockImpl() override { DeleteCriticalSection(&section_); }
+    LockImpl(const LockImpl&) = delete;
+    LockImpl& operator=(const LockImpl&) = delete;
+
+    void lock() override { EnterCriticalSection(&section_); }
+    void unlock() override { LeaveCriticalSection(&section_); }
+
+private:
+    CRITICAL_SECTION section_;
+};
+
+} // namespace JY
