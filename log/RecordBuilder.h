@@ -5,7 +5,7 @@
 #include "util/Exception.h"
 #include "util/TextBuffer.h"
 
-#include <utility>
+#include <concepts>
 
 namespace JY::Log2 {
 
@@ -23,7 +23,8 @@ public:
         }
     }
 
-    template <Streamable T>
+    template <class T>
+        requires(!std::derived_from<T, Exception>)
     RecordBuilder& operator<<(const T& value) {
         if (core_ != nullptr) {
             text_ << value;

@@ -69,8 +69,4 @@ private:
     boost::container::small_vector<char, inlineCapacity> text_;
 };
 
-/// What can be streamed into a TextBuffer.
-template <class T>
-concept Streamable = requires(TextBuffer& buffer, const T& value) { buffer << value; };
-
 } // namespace JY
