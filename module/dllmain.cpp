@@ -1,0 +1,97 @@
+#include "com/ComCall.h"
+#include "com/ModuleUsageCounter.h"
+#include "config/FlvSourceConfig.h"
+#include "module/AppLog.h"
+#include "module/ClassFactory.h"
+#include "module/ModuleInitializer.h"
+#include "util/UnknownException.h"
+
+#include <windows.h>
+
+namespace {
+
+using namespace JY;
+using namespace JY::Pictaro;
+
+constexpr SourceFile here{"dllmain"};
+constexpr int unknownReasonLine = 30;
+
+/// A setting that cannot be read must not keep the library from loading.
+std::uint32_t readLogLevel() {
+    constexpr auto defaultLevel = static_cast<std::uint32_t>(Log2::Severity::warn);
+    try {
+        return getFlvSourceUInt(L"LogLevel", defaultLevel);
+    } catch (const Exception& exception) {
+        Log2::untraced().warn(here()) << exception;
+        return defaultLevel;
+    }
+}
+
+void onProcessAttach(HMODULE module) {
+    DisableThreadLibraryCalls(module);
+    ModuleUsageCounter::instance().setActions(&ModuleInitializer::initializeOnFirstObtain,
+                                              &ModuleInitializer::finalizeOnLastRelease);
+    AppLog::initialize();
+    AppLog::setNormalLevel(static_cast<Log2::Severity>(readLogLevel()));
+    Log2::untraced().info(here()) << "onProcessAttach.";
+}
+
+void onProcessDetach() noexcept {
+    try {
+        Log2::untraced().info(here()) << "onProcessDetach.";
+        AppLog::finalize();
+    } catch (...) {
+        // The library goes whatever happens, and there is no log any more to tell of it.
+    }
+}
+
+void dispatch(HMODULE module, DWORD reason) {
+    switch (reason) {
+    case DLL_PROCESS_DETACH:
+        onProcessDetach();
+        break;
+    case DLL_PROCESS_ATTACH:
+        onProcessAttach(module);
+        break;
+    case DLL_THREAD_ATTACH:
+    case DLL_THREAD_DETACH:
+        break;
+    default:
+        throw UnknownException(here.at(unknownReasonLine));
+    }
+}
+
+} // namespace
+
+extern "C" BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID) {
+    try {
+        dispatch(module, reason);
+    } catch (const Exception& exception) {
+        Log2::untraced().error(here()) << exception;
+        AppLog::snapshot();
+    } catch (...) {
+        Log2::untraced().fatal(here()) << "Unknown exception.";
+        AppLog::snapshot();
+    }
+    return TRUE;
+}
+
+STDAPI DllGetClassObject(REFCLSID rclsid, REFIID riid, LPVOID* ppObject) {
+    return comCall({here(), nullptr, "DllGetClassObject"}, {{"ppObject", ppObject}}, [&](const ComCall& call) {
+        *ppObject = nullptr;
+        call.log().info(here()) << "CLSID=" << rclsid;
+        const auto factory = createObject<Fs::ClassFactory>(ModuleUsageCounter::instance(), rclsid);
+        if (factory == nullptr) {
+            return call.outOfMemory("pFactory");
+        }
+        return factory->QueryInterface(riid, ppObject);
+    });
+}
+
+STDAPI DllCanUnloadNow() {
+    return comCall({here(), nullptr, "DllCanUnloadNow"}, [](const ComCall& call) {
+        const bool unused = ModuleUsageCounter::instance().count() == 0;
+        call.log().info(here()) << "DllCanUnloadNow=" << (unused ? "OK" : "NG");
+        return unused ? S_OK : S_FALSE;
+    });
+}
