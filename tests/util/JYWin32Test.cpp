@@ -1,0 +1,138 @@
+#include "util/JYWin32.h"
+
+#include "util/ApiErrorException.h"
+#include "util/ErrorException.h"
+#include "util/Handle.h"
+
+#include <algorithm>
+#include <array>
+#include <gtest/gtest.h>
+#include <span>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace {
+
+/// A SID of the mandatory-label authority or another one, with one sub-authority.
+class TestSid {
+public:
+    TestSid(BYTE authority, DWORD subAuthority) {
+        SID_IDENTIFIER_AUTHORITY identifier{{0, 0, 0, 0, 0, authority}};
+        InitializeSid(bytes_.data(), &identifier, 1);
+        *GetSidSubAuthority(bytes_.data(), 0) = subAuthority;
+    }
+    PSID get() { return bytes_.data(); }
+
+private:
+    alignas(8) std::array<BYTE, SECURITY_MAX_SID_SIZE> bytes_{};
+};
+
+constexpr BYTE labelAuthority = 16;
+
+struct Level {
+    WELL_KNOWN_SID_TYPE type;
+    int number;
+    DWORD subAuthority;
+};
+
+constexpr Level levels[] = {{WinUntrustedLabelSid, 65, 0x0000}, {WinLowLabelSid, 66, 0x1000},
+                            {WinMediumLabelSid, 67, 0x2000},    {WinHighLabelSid, 68, 0x3000},
+                            {WinSystemLabelSid, 69, 0x4000},    {WinMediumPlusLabelSid, 79, 0x2100}};
+
+std::vector<int> askedTypes;
+
+/// Knows all six labels, whatever this system's IsWellKnownSid knows, and notes what it is asked.
+BOOL WINAPI knowsEveryLabel(PSID sid, WELL_KNOWN_SID_TYPE type) {
+    askedTypes.push_back(type);
+    const auto* const level = std::ranges::find(levels, type, &Level::type);
+    return level != std::end(levels) && GetSidIdentifierAuthority(sid)->Value[5] == labelAuthority &&
+           *GetSidSubAuthority(sid, 0) == level->subAuthority;
+}
+
+/// Expects `call` to throw `E` with a message and file "JYWin32"; gives a copy for further checks.
+template <class E, class Call>
+E expectThrow(Call&& call, const std::string& message) {
+    try {
+        call();
+    } catch (const E& exception) {
+        EXPECT_EQ(exception.messageText(), message);
+        EXPECT_STREQ(exception.file(), "JYWin32");
+        return exception;
+    }
+    ADD_FAILURE() << "nothing was thrown";
+    throw std::logic_error("nothing was thrown");
+}
+
+class IntegrityLabel : public testing::TestWithParam<Level> {};
+
+} // namespace
+
+TEST_P(IntegrityLabel, IsReportedAsTheTypeOfItsSid) {
+    TestSid sid(labelAuthority, GetParam().subAuthority);
+    EXPECT_EQ(static_cast<int>(JY::integrityLevelOf(sid.get(), knowsEveryLabel)), GetParam().number);
+}
+
+INSTANTIATE_TEST_SUITE_P(JYWin32, IntegrityLabel, testing::ValuesIn(levels));
+
+TEST(JYWin32, LowMediumHighAndSystemLabelsAreKnownToTheSystem) {
+    for (const Level& level : std::span(levels).subspan(1, 4)) {
+        TestSid sid(labelAuthority, level.subAuthority);
+        EXPECT_EQ(JY::integrityLevelOf(sid.get()), level.type);
+    }
+}
+
+TEST(JYWin32, LabelThatIsNoneOfTheKnownLevelsThrowsAfterAllWereTriedInOrder) {
+    TestSid everyone(1, 0);
+    askedTypes.clear();
+    expectThrow<JY::ErrorException>([&] { JY::integrityLevelOf(everyone.get(), knowsEveryLabel); },
+                                    "Unknown SID type.");
+    EXPECT_EQ(askedTypes, (std::vector{65, 66, 67, 68, 69, 79}));
+}
+
+TEST(JYWin32, IntegrityLevelOfTheProcessIsThatOfItsToken) {
+    JY::Handle token;
+    ASSERT_TRUE(OpenProcessToken(GetCurrentProcess(), TOKEN_QUERY, token.put()));
+    alignas(8) std::array<BYTE, 256> label{};
+    DWORD size = 0;
+    ASSERT_TRUE(GetTokenInformation(token.get(), TokenIntegrityLevel, label.data(), label.size(), &size));
+    const PSID sid = reinterpret_cast<TOKEN_MANDATORY_LABEL*>(label.data())->Label.Sid;
+    EXPECT_TRUE(IsWellKnownSid(sid, JY::getIntegrityLevel()));
+}
+
+TEST(JYWin32, ReadingTheIntegrityLevelLeavesNoHandleOpen) {
+    DWORD before = 0;
+    DWORD after = 0;
+    JY::getIntegrityLevel();
+    ASSERT_TRUE(GetProcessHandleCount(GetCurrentProcess(), &before));
+    for (int i = 0; i < 10; ++i) {
+        JY::getIntegrityLevel();
+    }
+    ASSERT_TRUE(GetProcessHandleCount(GetCurrentProcess(), &after));
+    EXPECT_EQ(after, before);
+}
+
+TEST(JYWin32, ModuleIsFoundByAnAddressInsideIt) {
+    const auto* const code = reinterpret_cast<const void*>(&GetModuleFileNameW);
+    EXPECT_NE(JY::getModuleHandle(code), GetModuleHandleW(nullptr));
+    static const int data = 0;
+    EXPECT_EQ(JY::getModuleHandle(static_cast<const void*>(&data)), GetModuleHandleW(nullptr));
+}
+
+TEST(JYWin32, AddressOutsideEveryModuleThrows) {
+    const int onTheStack = 0;
+    const auto failure = expectThrow<JY::ApiErrorException>(
+        [&] { JY::getModuleHandle(static_cast<const void*>(&onTheStack)); }, "GetModuleHandleEx");
+    EXPECT_NE(failure.code(), 0U);
+}
+
+TEST(JYWin32, ModuleIsFoundByItsName) {
+    EXPECT_EQ(JY::getModuleHandle(L"ntdll.dll"), GetModuleHandleW(L"ntdll.dll"));
+    EXPECT_NE(JY::getModuleHandle(L"ntdll.dll"), nullptr);
+}
+
+TEST(JYWin32, ModuleThatIsNotLoadedThrows) {
+    const auto failure =
+        expectThrow<JY::ApiErrorException>([] { JY::getModuleHandle(L"no-such-module.dll"); }, "GetModuleHandle");
+    EXPECT_EQ(failure.code(), static_cast<std::uint32_t>(ERROR_MOD_NOT_FOUND));
+}

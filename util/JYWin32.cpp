@@ -1,0 +1,64 @@
+#include "util/JYWin32.h"
+
+#include "util/ApiErrorException.h"
+#include "util/ErrorException.h"
+#include "util/Handle.h"
+
+#include <cstddef>
+#include <vector>
+
+namespace JY {
+
+namespace {
+
+constexpr SourceFile here{"JYWin32"};
+
+constexpr WELL_KNOWN_SID_TYPE knownLevels[] = {WinUntrustedLabelSid, WinLowLabelSid,    WinMediumLabelSid,
+                                               WinHighLabelSid,      WinSystemLabelSid, WinMediumPlusLabelSid};
+
+/// The token's TOKEN_MANDATORY_LABEL together with the SID that it points to.
+std::vector<std::byte> readIntegrityLabel(HANDLE token) {
+    DWORD size = 0;
+    if (!GetTokenInformation(token, TokenIntegrityLevel, nullptr, 0, &size)) {
+        throwIfFalse(GetLastError() == ERROR_INSUFFICIENT_BUFFER, here(), "GetTokenInformation");
+    }
+    std::vector<std::byte> label(size);
+    throwIfFalse(GetTokenInformation(token, TokenIntegrityLevel, label.data(), size, &size), here(),
+                 "GetTokenInformation");
+    return label;
+}
+
+} // namespace
+
+WELL_KNOWN_SID_TYPE getIntegrityLevel() {
+    Handle token;
+    throwIfFalse(OpenProcessToken(GetCurrentProcess(), TOKEN_QUERY, token.put()), here(), "OpenProcessToken");
+    const std::vector<std::byte> label = readIntegrityLabel(token.get());
+    return integrityLevelOf(reinterpret_cast<const TOKEN_MANDATORY_LABEL*>(label.data())->Label.Sid);
+}
+
+WELL_KNOWN_SID_TYPE integrityLevelOf(PSID label, SidTest isWellKnown) {
+    for (const WELL_KNOWN_SID_TYPE level : knownLevels) {
+        if (isWellKnown(label, level)) {
+            return level;
+        }
+    }
+    throw ErrorException(here(), "Unknown SID type.");
+}
+
+HMODULE getModuleHandle(const void* address) {
+    HMODULE module = nullptr;
+    throwIfFalse(
+        GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+                           static_cast<const wchar_t*>(address), &module),
+        here(), "GetModuleHandleEx");
+    return module;
+}
+
+HMODULE getModuleHandle(const wchar_t* name) {
+    const HMODULE module = GetModuleHandleW(name);
+    throwIfFalse(module != nullptr, here(), "GetModuleHandle");
+    return module;
+}
+
+} // namespace JY

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <windows.h>
+
+namespace JY {
+
+/// The mandatory integrity level of the running process, as the type of its label's SID (WinLowLabelSid, ...). Throws
+/// ErrorException for a label that is none of the known ones, ApiErrorException for a failed call.
+WELL_KNOWN_SID_TYPE getIntegrityLevel();
+
+/// Tells whether a SID is of a well-known type, as IsWellKnownSid does.
+using SidTest = BOOL(WINAPI*)(PSID sid, WELL_KNOWN_SID_TYPE type);
+/// The level that a mandatory-label SID stands for.
+WELL_KNOWN_SID_TYPE integrityLevelOf(PSID label, SidTest isWellKnown = IsWellKnownSid);
+
+/// The loaded module that contains an address, or that has a name. The module is not kept loaded by it. Throws
+/// ApiErrorException when there is none.
+HMODULE getModuleHandle(const void* address);
+HMODULE getModuleHandle(const wchar_t* name);
+
+} // namespace JY
