@@ -9,3 +9,9 @@ set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
+
+# Programs that the build has made run under Wine, in a prefix of the build tree's own.
+if(NOT CMAKE_HOST_WIN32)
+  get_filename_component(jy_emulator ${CMAKE_CURRENT_LIST_DIR}/../scripts/wine.sh ABSOLUTE)
+  set(CMAKE_CROSSCOMPILING_EMULATOR ${jy_emulator})
+endif()
