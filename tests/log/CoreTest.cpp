@@ -1,0 +1,263 @@
+#include "log/Core.h"
+
+#include "log/CoreImpl.h"
+#include "tests/support/LogCapture.h"
+#include "util/ApiErrorException.h"
+
+#include <boost/make_shared.hpp>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <optional>
+
+namespace {
+
+using namespace JY;
+using namespace JY::Log2;
+using Test::LogCapture;
+using testing::ElementsAre;
+
+constexpr SourceFile here{"CoreTest"};
+
+/// Counts the operations of the sink interface and keeps the messages.
+class RecordingSink final : public Sink {
+public:
+    explicit RecordingSink(std::vector<std::string>& calls, std::string name) : calls_(calls), name_(std::move(name)) {}
+    void flush() override { calls_.push_back(name_ + " flush"); }
+    void close() override { calls_.push_back(name_ + " close"); }
+    void write(const Record& record) override { calls_.push_back(name_ + " " + std::string(record.message)); }
+    void setThreshold(Severity) override {}
+
+private:
+    std::vector<std::string>& calls_;
+    std::string name_;
+};
+
+struct Traced {
+    virtual ~Traced() = default;
+    void run() const { const auto log = traceMember(here.at(7), typeid(*this), "run"); }
+};
+struct Derived final : Traced {};
+
+TEST(Trace, OfAMemberWritesEnterAndExitWithTheRunTimeClass) {
+    const LogCapture capture;
+    Derived().run();
+    const auto records = capture.records();
+    ASSERT_EQ(records.size(), 2U);
+    EXPECT_TRUE(records[0].message.starts_with("ENTER: ") && records[0].message.ends_with("Derived::run"));
+    EXPECT_EQ(records[1].message, "EXIT: " + records[0].message.substr(7));
+    for (const auto& record : records) {
+        EXPECT_EQ(record.severity, Severity::trace);
+        EXPECT_EQ(record.file, "CoreTest");
+        EXPECT_EQ(record.line, 7);
+        EXPECT_EQ(record.threadId, GetCurrentThreadId());
+    }
+}
+
+TEST(Trace, LabelOfAMemberIsClassAndFunction) {
+    const LogCapture capture;
+    { const auto log = traceMember(here(), typeid(ApiErrorException), "code"); }
+    EXPECT_THAT(capture.messages(true), ElementsAre("ENTER: JY::ApiErrorException::code",
+                                                    "EXIT: JY::ApiErrorException::code"));
+}
+
+TEST(Trace, OfAFreeFunctionWritesItsNameAlone) {
+    const LogCapture capture;
+    { const auto log = traceFunction(here(), "DllGetClassObject"); }
+    EXPECT_THAT(capture.messages(true), ElementsAre("ENTER: DllGetClassObject", "EXIT: DllGetClassObject"));
+}
+
+TEST(Trace, WritesExitWhenAnExceptionPasses) {
+    const LogCapture capture;
+    try {
+        const auto log = traceFunction(here(), "f");
+        throw 1;
+    } catch (int) {
+        EXPECT_EQ(capture.count("EXIT: f"), 1U);
+    }
+}
+
+TEST(Trace, IsWrittenOnceWhenTheLoggerMoves) {
+    const LogCapture capture;
+    {
+        auto first = traceFunction(here(), "f");
+        const Logger second(std::move(first));
+    }
+    EXPECT_THAT(capture.messages(true), ElementsAre("ENTER: f", "EXIT: f"));
+}
+
+TEST(Logger, WithoutATraceWritesWhatItIsGivenOnly) {
+    const LogCapture capture;
+    untraced().warn(here.at(3)) << "text" << 5 << L"wide";
+    ASSERT_EQ(capture.records().size(), 1U);
+    const auto record = capture.records().front();
+    EXPECT_EQ(record.message, "text5wide");
+    EXPECT_EQ(record.severity, Severity::warn);
+    EXPECT_EQ(record.line, 3);
+}
+
+TEST(Logger, WritesEachSeverity) {
+    const LogCapture capture;
+    const auto log = untraced();
+    log.trace(here()) << "0";
+    log.debug(here()) << "1";
+    log.info(here()) << "2";
+    log.warn(here()) << "3";
+    log.notice(here()) << "4";
+    log.error(here()) << "5";
+    log.fatal(here()) << "6";
+    log.record(here(), static_cast<Severity>(7)) << "7";
+    for (const auto& record : capture.records()) {
+        EXPECT_EQ(std::to_string(static_cast<int>(record.severity)), record.message);
+    }
+    EXPECT_EQ(capture.records().size(), 8U);
+}
+
+TEST(Logger, StreamsAnExceptionWithClassAndDescription) {
+    const LogCapture capture;
+    const ApiErrorException exception(here.at(44), "CreateFile", 2);
+    untraced().error(here()) << exception;
+    EXPECT_THAT(capture.messages(),
+                ElementsAre("Exception caught. class JY::ApiErrorException, " + exception.getDescription()));
+}
+
+TEST(Logger, WithoutACoreDiscardsEverything) {
+    setCore(nullptr);
+    const auto log = traceFunction(here(), "f");
+    log.fatal(here()) << "gone";
+    untraced().fatal(here()) << "gone";
+    const LogCapture capture;
+    log.fatal(here()) << "still gone";
+    EXPECT_TRUE(capture.records().empty());
+}
+
+TEST(Logger, KeepsItsCoreAlive) {
+    std::vector<std::string> calls;
+    auto core = boost::make_shared<CoreImpl>();
+    core->addSink(boost::make_shared<RecordingSink>(calls, "a"));
+    {
+        const auto log = core->createLogger();
+        core.reset();
+        log.warn(here()) << "x";
+    }
+    EXPECT_THAT(calls, ElementsAre("a x"));
+}
+
+TEST(Record, CarriesTheTimeOfItsSending) {
+    class TimeSink final : public SinkBase {
+    public:
+        void flush() override {}
+        void close() override {}
+        SYSTEMTIME time{};
+
+    protected:
+        void doWrite(const Record& record) override { time = record.time; }
+    };
+    const auto core = boost::make_shared<CoreImpl>();
+    const auto sink = boost::make_shared<TimeSink>();
+    core->addSink(sink);
+    const auto log = core->createLogger();
+    SYSTEMTIME before{};
+    {
+        auto builder = log.warn(here());
+        builder << "x";
+        Sleep(20);
+        GetLocalTime(&before);
+    }
+    SYSTEMTIME after{};
+    GetLocalTime(&after);
+    const auto ticks = [](const SYSTEMTIME& time) {
+        FILETIME file{};
+        SystemTimeToFileTime(&time, &file);
+        return ULARGE_INTEGER{{file.dwLowDateTime, file.dwHighDateTime}}.QuadPart;
+    };
+    EXPECT_LE(ticks(before), ticks(sink->time));
+    EXPECT_LE(ticks(sink->time), ticks(after));
+}
+
+TEST(Core, PassesRecordsToItsSinksInTheOrderOfAdding) {
+    std::vector<std::string> calls;
+    const auto core = boost::make_shared<CoreImpl>();
+    core->addSink(boost::make_shared<RecordingSink>(calls, "a"));
+    core->addSink(boost::make_shared<RecordingSink>(calls, "b"));
+    core->createLogger().trace(here()) << "x";
+    EXPECT_THAT(calls, ElementsAre("a x", "b x"));
+}
+
+TEST(Core, FlushesEverySink) {
+    std::vector<std::string> calls;
+    const auto core = boost::make_shared<CoreImpl>();
+    core->addSink(boost::make_shared<RecordingSink>(calls, "a"));
+    core->addSink(boost::make_shared<RecordingSink>(calls, "b"));
+    core->flush();
+    EXPECT_THAT(calls, ElementsAre("a flush", "b flush"));
+}
+
+TEST(CoreShutdown, ClosesAndForgetsItsSinks) {
+    std::vector<std::string> calls;
+    const auto core = boost::make_shared<CoreImpl>();
+    core->addSink(boost::make_shared<RecordingSink>(calls, "a"));
+    core->shutdown(ShutdownMode::reportWarning);
+    core->createLogger().fatal(here()) << "x";
+    EXPECT_THAT(calls, ElementsAre("a close"));
+}
+
+TEST(CoreShutdown, ReportsLiveLoggersAsAWarning) {
+    const LogCapture sinkOwner;
+    class KeepSink final : public Sink {
+    public:
+        void flush() override {}
+        void close() override {}
+        void write(const Record& record) override {
+            last.emplace(record.severity, std::string(record.position.file), record.position.line,
+                         std::string(record.message));
+        }
+        void setThreshold(Severity) override {}
+        std::optional<std::tuple<Severity, std::string, int, std::string>> last;
+    };
+    for (const auto& [mode, severity] : {std::pair{ShutdownMode::reportWarning, Severity::warn},
+                                         std::pair{ShutdownMode::reportFatal, Severity::fatal}}) {
+        const auto core = boost::make_shared<CoreImpl>();
+        const auto sink = boost::make_shared<KeepSink>();
+        core->addSink(sink);
+        const auto first = core->createLogger();
+        const auto second = core->createLogger();
+        core->shutdown(mode);
+        ASSERT_TRUE(sink->last.has_value());
+        EXPECT_EQ(*sink->last,
+                  std::tuple(severity, std::string("Core"), 34,
+                             std::string("There are some Logger instances exists. =2")));
+    }
+}
+
+TEST(CoreShutdown, IsSilentWithoutLiveLoggersOrWhenAskedToBe) {
+    std::vector<std::string> calls;
+    {
+        const auto core = boost::make_shared<CoreImpl>();
+        core->addSink(boost::make_shared<RecordingSink>(calls, "a"));
+        { const auto gone = core->createLogger(); }
+        core->shutdown(ShutdownMode::reportFatal);
+    }
+    {
+        const auto core = boost::make_shared<CoreImpl>();
+        core->addSink(boost::make_shared<RecordingSink>(calls, "b"));
+        const auto alive = core->createLogger();
+        core->shutdown(ShutdownMode::silent);
+    }
+    EXPECT_THAT(calls, ElementsAre("a close", "b close"));
+}
+
+TEST(Logger, SurvivesASinkThatThrows) {
+    class ThrowingSink final : public Sink {
+    public:
+        void flush() override {}
+        void close() override {}
+        void write(const Record&) override { throw 1; }
+        void setThreshold(Severity) override {}
+    };
+    const auto core = boost::make_shared<CoreImpl>();
+    core->addSink(boost::make_shared<ThrowingSink>());
+    EXPECT_NO_THROW(core->createLogger().warn(here()) << "x");
+}
+
+} // namespace

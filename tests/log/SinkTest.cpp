@@ -1,0 +1,113 @@
+#include "log/DebugOutSink.h"
+#include "log/LineFormat.h"
+#include "log/Severity.h"
+#include "log/SinkBase.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace {
+
+using namespace JY;
+using namespace JY::Log2;
+using testing::ElementsAre;
+
+Record recordOf(Severity severity, const char* file, int line, std::string_view message) {
+    const SYSTEMTIME time{2026, 3, 0, 4, 5, 6, 7, 8};
+    return Record{time, 0xabc, severity, {file, line}, message};
+}
+
+std::string headOf(const Record& record) {
+    SourceColumn column{};
+    TextBuffer text;
+    appendLineHead(text, record, column);
+    return text.str();
+}
+
+TEST(Severity, HasANameForEachNumber) {
+    const std::vector<std::string> names{"trace", "debug", "info", "warn", "notice", "error", "fatal"};
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        EXPECT_EQ(severityName(static_cast<Severity>(i)), names[i]);
+    }
+}
+
+TEST(Severity, OutsideTheTableIsUnknown) {
+    EXPECT_STREQ(severityName(static_cast<Severity>(7)), "Unknown");
+    EXPECT_STREQ(severityName(static_cast<Severity>(-1)), "Unknown");
+}
+
+TEST(LineHead, HoldsTimeThreadSeverityFileAndLine) {
+    EXPECT_EQ(headOf(recordOf(Severity::warn, "FlvTag", 65, "")),
+              "2026/03/04 05:06:07.008 00000abc warn   FlvTag              (   65) ");
+}
+
+TEST(LineHead, CutsASourceNameAfterTwentyCharacters) {
+    EXPECT_EQ(headOf(recordOf(Severity::notice, "abcdefghijklmnopqrstuvwxy", 123456, "")),
+              "2026/03/04 05:06:07.008 00000abc notice abcdefghijklmnopqrst(123456) ");
+}
+
+TEST(LineHead, WritesAnUnknownSeverity) {
+    EXPECT_EQ(headOf(recordOf(static_cast<Severity>(7), "f", 1, "")),
+              "2026/03/04 05:06:07.008 00000abc Unknown f                   (    1) ");
+}
+
+class KeepingSink final : public SinkBase {
+public:
+    void flush() override {}
+    void close() override {}
+    std::vector<std::string> kept;
+
+protected:
+    void doWrite(const Record& record) override { kept.emplace_back(record.message); }
+};
+
+void writeOneOfEach(Sink& sink) {
+    for (int severity = 0; severity <= 6; ++severity) {
+        const std::string message = severityName(static_cast<Severity>(severity));
+        sink.write(recordOf(static_cast<Severity>(severity), "f", 1, message));
+    }
+}
+
+TEST(SinkBase, KeepsWarnAndAboveAtFirst) {
+    KeepingSink sink;
+    writeOneOfEach(sink);
+    EXPECT_THAT(sink.kept, ElementsAre("warn", "notice", "error", "fatal"));
+}
+
+TEST(SinkBase, FollowsItsThreshold) {
+    KeepingSink sink;
+    sink.setThreshold(Severity::notice);
+    writeOneOfEach(sink);
+    EXPECT_THAT(sink.kept, ElementsAre("notice", "error", "fatal"));
+    sink.kept.clear();
+    sink.setThreshold(Severity::trace);
+    writeOneOfEach(sink);
+    EXPECT_EQ(sink.kept.size(), 7U);
+}
+
+std::vector<std::string>* debugLines = nullptr;
+
+LONG CALLBACK keepDebugOutput(EXCEPTION_POINTERS* pointers) {
+    const EXCEPTION_RECORD& record = *pointers->ExceptionRecord;
+    if (record.ExceptionCode == DBG_PRINTEXCEPTION_C) {
+        debugLines->emplace_back(reinterpret_cast<const char*>(record.ExceptionInformation[1]));
+    }
+    return EXCEPTION_CONTINUE_SEARCH;
+}
+
+TEST(DebugOutSink, SendsOneLineToTheDebugger) {
+    std::vector<std::string> lines;
+    debugLines = &lines;
+    void* const handler = AddVectoredExceptionHandler(1, &keepDebugOutput);
+    DebugOutSink sink;
+    sink.write(recordOf(Severity::info, "FlvTag", 65, "dropped"));
+    sink.write(recordOf(Severity::error, "FlvTag", 65, "kept"));
+    RemoveVectoredExceptionHandler(handler);
+    EXPECT_THAT(lines, ElementsAre("2026/03/04 05:06:07.008 00000abc error  FlvTag              (   65) kept\n"));
+}
+
+} // namespace

@@ -1,0 +1,250 @@
+#include "util/StructuredExceptionGuard.h"
+
+#include "util/ErrorException.h"
+#include "util/StructureException.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <thread>
+
+// The faults below are meant; the sanitizer must not turn them into traps of its own.
+#define JY_FAULTS __attribute__((noinline, no_sanitize("undefined")))
+
+namespace {
+
+using namespace JY;
+
+constexpr SourceFile here{"StructuredExceptionGuardTest"};
+
+struct CountsDestruction {
+    int& count;
+    ~CountsDestruction() { ++count; }
+};
+
+JY_FAULTS int readFrom(const volatile int* address) {
+    return *address;
+}
+
+JY_FAULTS void writeTo(volatile int* address) {
+    *address = 1;
+}
+
+JY_FAULTS int divide(int dividend, const volatile int& divisor) {
+    return dividend / divisor;
+}
+
+JY_FAULTS void callAt(void (*volatile function)()) {
+    function();
+}
+
+/// A page that can be read and not written.
+class ReadOnlyPage {
+public:
+    ReadOnlyPage() : page_(VirtualAlloc(nullptr, 4096, MEM_COMMIT | MEM_RESERVE, PAGE_READONLY)) {}
+    ReadOnlyPage(const ReadOnlyPage&) = delete;
+    ReadOnlyPage& operator=(const ReadOnlyPage&) = delete;
+    ~ReadOnlyPage() { VirtualFree(page_, 0, MEM_RELEASE); }
+    int* get() const { return static_cast<int*>(page_); }
+
+private:
+    void* page_;
+};
+
+template <class Body>
+std::uint32_t codeOfFault(Body body) {
+    const TranslatorScope translator(translateStructuredException);
+    try {
+        callTranslated(body);
+    } catch (const StructureException& exception) {
+        return exception.code();
+    }
+    return 0;
+}
+
+TEST(StructuredExceptionGuard, TurnsAReadOfTheNullPageIntoAnException) {
+    EXPECT_EQ(codeOfFault([] { readFrom(nullptr); }), 0xC0000005);
+}
+
+TEST(StructuredExceptionGuard, TurnsAWriteToAReadOnlyPageIntoAnException) {
+    const ReadOnlyPage page;
+    EXPECT_EQ(codeOfFault([&] { writeTo(page.get()); }), 0xC0000005);
+}
+
+TEST(StructuredExceptionGuard, TurnsADivisionByZeroIntoAnException) {
+    const volatile int zero = 0;
+    EXPECT_EQ(codeOfFault([&] { divide(1, zero); }), 0xC0000094);
+}
+
+TEST(StructuredExceptionGuard, TurnsACallOfNullIntoAnException) {
+    EXPECT_EQ(codeOfFault([] { callAt(nullptr); }), 0xC0000005);
+}
+
+TEST(StructuredExceptionGuard, TurnsAFaultInsideASystemLibraryIntoAnException) {
+    void* volatile nowhere = nullptr;
+    EXPECT_EQ(codeOfFault([&] { std::memcpy(nowhere, "0123456789abcdef0123456789abcdef", 32); }), 0xC0000005);
+}
+
+TEST(StructuredExceptionGuard, TurnsARaisedExceptionIntoAnException) {
+    EXPECT_EQ(codeOfFault([] { RaiseException(0xE0001234, 0, 0, nullptr); }), 0xE0001234);
+}
+
+TEST(StructuredExceptionGuard, TurnsAnExceptionThatForbidsContinuingIntoAnException) {
+    EXPECT_EQ(codeOfFault([] { RaiseException(0xE0001235, EXCEPTION_NONCONTINUABLE, 0, nullptr); }), 0xE0001235);
+}
+
+TEST(StructuredExceptionGuard, GivesTheAddressOfTheFault) {
+    const TranslatorScope translator(translateStructuredException);
+    try {
+        callTranslated([] { readFrom(nullptr); });
+        FAIL();
+    } catch (const StructureException& exception) {
+        const auto* const function = reinterpret_cast<const char*>(&readFrom);
+        EXPECT_GE(static_cast<const char*>(exception.address()), function);
+        EXPECT_LT(static_cast<const char*>(exception.address()), function + 0x100);
+    }
+}
+
+TEST(StructuredExceptionGuard, RunsTheDestructorsBetweenFaultAndHandler) {
+    int destroyed = 0;
+    codeOfFault([&] {
+        const CountsDestruction outer{destroyed};
+        [&] {
+            const CountsDestruction inner{destroyed};
+            readFrom(nullptr);
+        }();
+    });
+    EXPECT_EQ(destroyed, 2);
+}
+
+TEST(StructuredExceptionGuard, LetsTheBodyCatchWhereTheFaultWas) {
+    bool caught = false;
+    const auto code = codeOfFault([&] {
+        try {
+            readFrom(nullptr);
+        } catch (const StructureException&) {
+            caught = true;
+        }
+    });
+    EXPECT_TRUE(caught);
+    EXPECT_EQ(code, 0U);
+}
+
+TEST(StructuredExceptionGuard, WorksOnEveryThreadAndManyTimes) {
+    std::uint32_t code = 0;
+    std::thread([&] {
+        for (int i = 0; i < 100; ++i) {
+            code = codeOfFault([] { readFrom(nullptr); });
+        }
+    }).join();
+    EXPECT_EQ(code, 0xC0000005);
+}
+
+TEST(StructuredExceptionGuard, WorksInsideItself) {
+    std::uint32_t inner = 0;
+    const volatile int zero = 0;
+    const auto outer = codeOfFault([&] {
+        inner = codeOfFault([] { readFrom(nullptr); });
+        divide(1, zero);
+    });
+    EXPECT_EQ(inner, 0xC0000005);
+    EXPECT_EQ(outer, 0xC0000094);
+}
+
+TEST(StructuredExceptionGuard, LetsCppExceptionsPassUntouched) {
+    const TranslatorScope translator(translateStructuredException);
+    EXPECT_THROW(callTranslated([] { throw std::runtime_error("host"); }), std::runtime_error);
+    EXPECT_THROW(callTranslated([] { throw ErrorException(here(), "own"); }), ErrorException);
+}
+
+TEST(StructuredExceptionGuard, LetsDebuggerOutputPassUntouched) {
+    EXPECT_EQ(codeOfFault([] { OutputDebugStringA("passes\n"); }), 0U);
+    EXPECT_EQ(codeOfFault([] { OutputDebugStringW(L"passes\n"); }), 0U);
+}
+
+LONG CALLBACK resumeOwnException(EXCEPTION_POINTERS* pointers) {
+    return pointers->ExceptionRecord->ExceptionCode == 0xE0004321 ? EXCEPTION_CONTINUE_EXECUTION
+                                                                   : EXCEPTION_CONTINUE_SEARCH;
+}
+
+TEST(StructuredExceptionGuard, LetsTheHostsVectoredHandlerGoFirst) {
+    void* const handler = AddVectoredExceptionHandler(1, &resumeOwnException);
+    const auto code = codeOfFault([] { RaiseException(0xE0004321, 0, 0, nullptr); });
+    RemoveVectoredExceptionHandler(handler);
+    EXPECT_EQ(code, 0U);
+}
+
+} // namespace
+
+// A frame with a structured handler of its own, as a host inside a callback may have one: it resumes behind the raise.
+extern "C" [[gnu::used]] EXCEPTION_DISPOSITION resumeInHostFrame(EXCEPTION_RECORD* record, void*, CONTEXT*, void*) {
+    return record->ExceptionCode == 0xE0009876 ? ExceptionContinueExecution : ExceptionContinueSearch;
+}
+extern "C" void callInHostFrame(void (*body)());
+asm(R"(
+    .text
+    .globl callInHostFrame
+    .seh_proc callInHostFrame
+callInHostFrame:
+    subq $40, %rsp
+    .seh_stackalloc 40
+    .seh_endprologue
+    call *%rcx
+    nop
+    addq $40, %rsp
+    ret
+    .seh_handler resumeInHostFrame, @except
+    .seh_endproc
+)");
+
+namespace {
+
+TEST(StructuredExceptionGuard, LetsAHostsStructuredHandlerInsideTheBodyGoFirst) {
+    bool resumed = false;
+    const auto code = codeOfFault([&] {
+        callInHostFrame([] { RaiseException(0xE0009876, 0, 0, nullptr); });
+        resumed = true;
+    });
+    EXPECT_TRUE(resumed);
+    EXPECT_EQ(code, 0U);
+}
+
+void otherTranslator(unsigned, EXCEPTION_POINTERS*) {
+    throw std::runtime_error("other");
+}
+
+TEST(TranslatorScope, PutsThePreviousTranslatorBack) {
+    std::thread([] {
+        setStructuredExceptionTranslator(&otherTranslator);
+        {
+            const TranslatorScope scope(&translateStructuredException);
+        }
+        EXPECT_EQ(setStructuredExceptionTranslator(nullptr), &otherTranslator);
+    }).join();
+}
+
+TEST(TranslatorScope, LeavesItsTranslatorWhereThereWasNone) {
+    std::thread([] {
+        ASSERT_EQ(setStructuredExceptionTranslator(nullptr), nullptr);
+        {
+            const TranslatorScope scope(&translateStructuredException);
+        }
+        EXPECT_EQ(setStructuredExceptionTranslator(nullptr), &translateStructuredException);
+    }).join();
+}
+
+TEST(TranslatorScope, IsPerThread) {
+    const TranslatorScope scope(&translateStructuredException);
+    std::thread([] { EXPECT_EQ(setStructuredExceptionTranslator(nullptr), nullptr); }).join();
+}
+
+TEST(StructuredExceptionGuard, CallsTheTranslatorInForce) {
+    const TranslatorScope scope(&otherTranslator);
+    EXPECT_THROW(callTranslated([] { readFrom(nullptr); }), std::runtime_error);
+    setStructuredExceptionTranslator(nullptr);
+}
+
+} // namespace
