@@ -4,6 +4,7 @@
 #include "log/Core.h"
 #include "util/ClassName.h"
 
+#include <unknwn.h>
 #include <windows.h>
 #include <wrl/client.h>
 

@@ -2,6 +2,7 @@
 
 #include "com/ComCall.h"
 
+#include <unknwn.h>
 #include <windows.h>
 
 #include <initializer_list>
