@@ -1,5 +1,7 @@
 #pragma once
 
+#include <windows.h>
+
 #include <cstdint>
 #include <string>
 
@@ -14,5 +16,7 @@ std::wstring getFlvSourceString(const std::wstring& name, const std::wstring& de
 /// The log directory: the "LogDir" setting, else a default that depends on the process's integrity level. Names in
 /// percent signs are not expanded.
 std::wstring getDefaultLogDir();
+/// The default for a process of an integrity level.
+std::wstring getDefaultLogDir(WELL_KNOWN_SID_TYPE integrityLevel);
 
 } // namespace JY::Pictaro
