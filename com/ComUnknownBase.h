@@ -53,7 +53,8 @@ private:
 template <class T, class... Arguments>
 Microsoft::WRL::ComPtr<T> createObject(Arguments&&... arguments) {
     Microsoft::WRL::ComPtr<T> object;
-    object.Attach(new (std::nothrow) T(std::forward<Arguments>(arguments)...));
+    // Not Attach: MinGW-w64's adds a reference.
+    *object.GetAddressOf() = new (std::nothrow) T(std::forward<Arguments>(arguments)...);
     return object;
 }
 
