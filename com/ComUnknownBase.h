@@ -1,5 +1,6 @@
 #pragma once
 
+#include "com/ComReference.h"
 #include "com/ModuleUsageCounter.h"
 #include "log/Core.h"
 #include "util/ClassName.h"
@@ -52,10 +53,7 @@ private:
 /// What the constructor throws passes through.
 template <class T, class... Arguments>
 Microsoft::WRL::ComPtr<T> createObject(Arguments&&... arguments) {
-    Microsoft::WRL::ComPtr<T> object;
-    // Not Attach: MinGW-w64's adds a reference.
-    *object.GetAddressOf() = new (std::nothrow) T(std::forward<Arguments>(arguments)...);
-    return object;
+    return adoptReference(new (std::nothrow) T(std::forward<Arguments>(arguments)...));
 }
 
 } // namespace JY::Pictaro

@@ -4,9 +4,9 @@
 
 #include <boost/make_shared.hpp>
 #include <gtest/gtest.h>
+#include <windows.h>
 
 #include <atomic>
-#include <cstdlib>
 #include <new>
 
 namespace {
@@ -15,16 +15,16 @@ std::atomic<long> allocations{0};
 
 void* operator new(std::size_t size) {
     ++allocations;
-    if (void* const memory = std::malloc(size)) {
+    if (void* const memory = HeapAlloc(GetProcessHeap(), 0, size)) {
         return memory;
     }
     throw std::bad_alloc();
 }
 void operator delete(void* memory) noexcept {
-    std::free(memory);
+    HeapFree(GetProcessHeap(), 0, memory);
 }
 void operator delete(void* memory, std::size_t) noexcept {
-    std::free(memory);
+    HeapFree(GetProcessHeap(), 0, memory);
 }
 
 namespace {
@@ -42,7 +42,7 @@ TEST(Record, OfOrdinaryLengthIsBuiltAndSentWithoutAllocating) {
     setCore(core);
     const auto traced = [] {
         const auto log = traceMember(here(), typeid(ApiErrorException), "RequestSample");
-        log.info(here()) << "NaluSize=" << 12345 << " BufferSize=" << 67890U << L" wide " << IID_IUnknown
+        log.info(here()) << "NaluSize=" << 12345 << " BufferSize=" << 67890U << L" wide " << GUID{}
                          << HexDump{"0123456789abcdef0123456789abcdef", 32};
     };
     traced(); // the first call looks the class name up

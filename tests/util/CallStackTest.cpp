@@ -137,7 +137,11 @@ TEST(DescribeModuleAddress, GivesSectionOffsetAndFileName) {
 }
 
 TEST(DescribeModuleAddress, AnswersFail1OutsideAnyModule) {
-    EXPECT_EQ(describeModuleAddress(nullptr), "Fail1");
+    EXPECT_EQ(describeModuleAddress(reinterpret_cast<const void*>(1)), "Fail1");
+}
+
+TEST(DescribeModuleAddress, TakesTheNullAddressForTheProgramAsTheSystemDoes) {
+    EXPECT_EQ(describeModuleAddress(nullptr), "Fail3");
 }
 
 TEST(DescribeModuleAddress, AnswersFail3OutsideAnySection) {

@@ -16,6 +16,7 @@ namespace {
 using namespace JY;
 
 constexpr SourceFile here{"ExceptionTest"};
+constexpr GUID unknownId{0, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
 
 std::string braced(const Exception& exception) {
     return "{" + exception.callStack() + "}";
@@ -40,7 +41,7 @@ TEST(ErrorException, DescribesMessagePositionAndStack) {
 
 TEST(ErrorException, IsThrownWithItsOwnTypeAfterStreaming) {
     try {
-        throw ErrorException(here(), "Unknown tag type.") << 28 << " " << L"wide" << ' ' << IID_IUnknown;
+        throw ErrorException(here(), "Unknown tag type.") << 28 << " " << L"wide" << ' ' << unknownId;
     } catch (const ErrorException& exception) {
         EXPECT_EQ(exception.getMessage(), "Unknown tag type.28 wide 00000000-0000-0000-c000-000000000046");
     }
@@ -136,7 +137,7 @@ TEST_F(StructureExceptionTest, DescribesSymbolAndStack) {
 }
 
 TEST_F(StructureExceptionTest, PrintsNullForACodeThatIsNotInTheTable) {
-    EXPECT_EQ(make(0xE0000001, nullptr).getMessage(), "(null) @Fail1");
+    EXPECT_EQ(make(0xE0000001, reinterpret_cast<void*>(1)).getMessage(), "(null) @Fail1");
 }
 
 TEST_F(StructureExceptionTest, IsWhatTheTranslatorThrows) {

@@ -1,57 +1,30 @@
 #include "util/StructuredExceptionGuard.h"
 
+#include "tests/support/Faults.h"
 #include "util/ErrorException.h"
 #include "util/StructureException.h"
 
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <memory>
 #include <stdexcept>
 #include <string>
 #include <thread>
 
-// The faults below are meant; the sanitizer must not turn them into traps of its own.
-#define JY_FAULTS __attribute__((noinline, no_sanitize("undefined")))
-
 namespace {
 
 using namespace JY;
+using Test::callAt;
+using Test::divide;
+using Test::readFrom;
+using Test::ReadOnlyPage;
+using Test::writeTo;
 
 constexpr SourceFile here{"StructuredExceptionGuardTest"};
 
 struct CountsDestruction {
     int& count;
     ~CountsDestruction() { ++count; }
-};
-
-JY_FAULTS int readFrom(const volatile int* address) {
-    return *address;
-}
-
-JY_FAULTS void writeTo(volatile int* address) {
-    *address = 1;
-}
-
-JY_FAULTS int divide(int dividend, const volatile int& divisor) {
-    return dividend / divisor;
-}
-
-JY_FAULTS void callAt(void (*volatile function)()) {
-    function();
-}
-
-/// A page that can be read and not written.
-class ReadOnlyPage {
-public:
-    ReadOnlyPage() : page_(VirtualAlloc(nullptr, 4096, MEM_COMMIT | MEM_RESERVE, PAGE_READONLY)) {}
-    ReadOnlyPage(const ReadOnlyPage&) = delete;
-    ReadOnlyPage& operator=(const ReadOnlyPage&) = delete;
-    ~ReadOnlyPage() { VirtualFree(page_, 0, MEM_RELEASE); }
-    int* get() const { return static_cast<int*>(page_); }
-
-private:
-    void* page_;
 };
 
 template <class Body>
@@ -75,8 +48,7 @@ TEST(StructuredExceptionGuard, TurnsAWriteToAReadOnlyPageIntoAnException) {
 }
 
 TEST(StructuredExceptionGuard, TurnsADivisionByZeroIntoAnException) {
-    const volatile int zero = 0;
-    EXPECT_EQ(codeOfFault([&] { divide(1, zero); }), 0xC0000094);
+    EXPECT_EQ(codeOfFault([&] { divide(1, 0); }), 0xC0000094);
 }
 
 TEST(StructuredExceptionGuard, TurnsACallOfNullIntoAnException) {
@@ -84,8 +56,7 @@ TEST(StructuredExceptionGuard, TurnsACallOfNullIntoAnException) {
 }
 
 TEST(StructuredExceptionGuard, TurnsAFaultInsideASystemLibraryIntoAnException) {
-    void* volatile nowhere = nullptr;
-    EXPECT_EQ(codeOfFault([&] { std::memcpy(nowhere, "0123456789abcdef0123456789abcdef", 32); }), 0xC0000005);
+    EXPECT_EQ(codeOfFault([] { GetLocalTime(reinterpret_cast<SYSTEMTIME*>(8)); }), 0xC0000005);
 }
 
 TEST(StructuredExceptionGuard, TurnsARaisedExceptionIntoAnException) {
@@ -145,10 +116,9 @@ TEST(StructuredExceptionGuard, WorksOnEveryThreadAndManyTimes) {
 
 TEST(StructuredExceptionGuard, WorksInsideItself) {
     std::uint32_t inner = 0;
-    const volatile int zero = 0;
     const auto outer = codeOfFault([&] {
         inner = codeOfFault([] { readFrom(nullptr); });
-        divide(1, zero);
+        divide(1, 0);
     });
     EXPECT_EQ(inner, 0xC0000005);
     EXPECT_EQ(outer, 0xC0000094);
