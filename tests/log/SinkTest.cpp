@@ -2,6 +2,7 @@
 #include "log/LineFormat.h"
 #include "log/Severity.h"
 #include "log/SinkBase.h"
+#include "tests/support/DebugOutputCapture.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -89,25 +90,12 @@ TEST(SinkBase, FollowsItsThreshold) {
     EXPECT_EQ(sink.kept.size(), 7U);
 }
 
-std::vector<std::string>* debugLines = nullptr;
-
-LONG CALLBACK keepDebugOutput(EXCEPTION_POINTERS* pointers) {
-    const EXCEPTION_RECORD& record = *pointers->ExceptionRecord;
-    if (record.ExceptionCode == DBG_PRINTEXCEPTION_C) {
-        debugLines->emplace_back(reinterpret_cast<const char*>(record.ExceptionInformation[1]));
-    }
-    return EXCEPTION_CONTINUE_SEARCH;
-}
-
 TEST(DebugOutSink, SendsOneLineToTheDebugger) {
-    std::vector<std::string> lines;
-    debugLines = &lines;
-    void* const handler = AddVectoredExceptionHandler(1, &keepDebugOutput);
+    const JY::Test::DebugOutputCapture output;
     DebugOutSink sink;
     sink.write(recordOf(Severity::info, "FlvTag", 65, "dropped"));
     sink.write(recordOf(Severity::error, "FlvTag", 65, "kept"));
-    RemoveVectoredExceptionHandler(handler);
-    EXPECT_THAT(lines, ElementsAre("2026/03/04 05:06:07.008 00000abc error  FlvTag              (   65) kept\n"));
+    EXPECT_THAT(output.lines(), ElementsAre("2026/03/04 05:06:07.008 00000abc error  FlvTag              (   65) kept\n"));
 }
 
 } // namespace

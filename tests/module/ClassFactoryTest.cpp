@@ -1,0 +1,211 @@
+#include "module/ClassFactory.h"
+
+#include "com/ModuleUsageCounter.h"
+#include "module/ClassId.h"
+#include "source/MfDeclarations.h"
+#include "tests/support/LogCapture.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <wrl/client.h>
+
+#include <cstdlib>
+#include <new>
+
+namespace {
+bool memoryIsExhausted = false;
+}
+
+// What the factories allocate with.
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+    return memoryIsExhausted ? nullptr : std::malloc(size);
+}
+
+extern "C" {
+HRESULT WINAPI DllGetClassObject(REFCLSID, REFIID, void**);
+HRESULT WINAPI DllCanUnloadNow();
+}
+
+namespace {
+
+using namespace JY;
+using namespace JY::Pictaro;
+using namespace JY::Pictaro::Fs;
+using Log2::Severity;
+using Microsoft::WRL::ComPtr;
+using Test::LogCapture;
+using testing::ElementsAre;
+
+constexpr CLSID unknownClass{0x11223344, 0x5566, 0x7788, {1, 2, 3, 4, 5, 6, 7, 8}};
+
+class ClassFactoryTest : public testing::Test {
+protected:
+    ~ClassFactoryTest() override {
+        memoryIsExhausted = false;
+        EXPECT_EQ(ModuleUsageCounter::instance().count(), 0U);
+    }
+
+    static ComPtr<IClassFactory> factoryFor(const CLSID& classId) {
+        ComPtr<IClassFactory> factory;
+        EXPECT_EQ(DllGetClassObject(classId, IID_IClassFactory, reinterpret_cast<void**>(factory.GetAddressOf())), S_OK);
+        return factory;
+    }
+
+    LogCapture log;
+};
+
+TEST_F(ClassFactoryTest, IsHandedOutWithOneReference) {
+    const auto factory = factoryFor(CLSID_FlvByteStreamHandler);
+    ASSERT_NE(factory, nullptr);
+    EXPECT_EQ(factory->AddRef(), 2U);
+    EXPECT_EQ(factory->Release(), 1U);
+    EXPECT_EQ(log.count(Severity::info, "CLSID=0d96ad9a-8e7b-4898-9502-e5be5a5d4890"), 1U);
+    EXPECT_EQ(log.count(Severity::info, "QI(IClassFactory)"), 1U);
+}
+
+TEST_F(ClassFactoryTest, TracesTheCallsThatMakeIt) {
+    factoryFor(CLSID_FlvByteStreamHandler);
+    EXPECT_THAT(log.messages(true),
+                ElementsAre("ENTER: DllGetClassObject", "CLSID=0d96ad9a-8e7b-4898-9502-e5be5a5d4890",
+                            "ENTER: JY::Pictaro::Fs::ClassFactory::ClassFactory",
+                            "EXIT: JY::Pictaro::Fs::ClassFactory::ClassFactory",
+                            "ENTER: JY::Pictaro::Fs::ClassFactory::QueryInterface", "QI(IClassFactory)",
+                            "EXIT: JY::Pictaro::Fs::ClassFactory::QueryInterface", "EXIT: DllGetClassObject",
+                            "Delete at Release. instance=class JY::Pictaro::Fs::ClassFactory",
+                            "ENTER: JY::Pictaro::Fs::ClassFactory::~ClassFactory",
+                            "EXIT: JY::Pictaro::Fs::ClassFactory::~ClassFactory"));
+    EXPECT_EQ(log.find("CLSID=").file, "dllmain");
+    EXPECT_EQ(log.find("QI(").file, "ClassFactory");
+    EXPECT_EQ(log.find("Delete at Release.").severity, Severity::trace);
+}
+
+TEST_F(ClassFactoryTest, IsHandedOutForAnUnknownClassAndRefusesToMakeIt) {
+    const auto factory = factoryFor(unknownClass);
+    ASSERT_NE(factory, nullptr);
+    void* object = &object;
+    EXPECT_EQ(factory->CreateInstance(nullptr, IID_IUnknown, &object), E_NOINTERFACE);
+    EXPECT_EQ(object, nullptr);
+    EXPECT_EQ(log.count(Severity::error, "Unknown class. CLSID=11223344-5566-7788-0102-030405060708"), 1U);
+}
+
+TEST_F(ClassFactoryTest, IsDestroyedWhenTheInterfaceIsNotSupported) {
+    void* object = &object;
+    EXPECT_EQ(DllGetClassObject(CLSID_FlvByteStreamHandler, IID_IStream, &object), E_NOINTERFACE);
+    EXPECT_EQ(object, nullptr);
+    EXPECT_EQ(log.count(Severity::info, "QI-None(0000000c-0000-0000-c000-000000000046)"), 1U);
+    EXPECT_EQ(log.count(Severity::trace, "Delete at Release. instance=class JY::Pictaro::Fs::ClassFactory"), 1U);
+}
+
+TEST_F(ClassFactoryTest, IsNotMadeForANullPointer) {
+    EXPECT_EQ(DllGetClassObject(CLSID_FlvByteStreamHandler, IID_IUnknown, nullptr), E_INVALIDARG);
+    EXPECT_EQ(log.count(Severity::fatal, "ppObject is NULL."), 1U);
+    EXPECT_EQ(LogCapture::snapshots(), 1U);
+}
+
+TEST_F(ClassFactoryTest, IsNotMadeForAPointerThatCannotBeWritten) {
+    EXPECT_EQ(DllGetClassObject(CLSID_FlvByteStreamHandler, IID_IUnknown, reinterpret_cast<void**>(8)), E_FAIL);
+    EXPECT_TRUE(log.contains("ACCESS_VIOLATION"));
+}
+
+TEST_F(ClassFactoryTest, IsNotMadeWithoutMemory) {
+    memoryIsExhausted = true;
+    void* object = nullptr;
+    EXPECT_EQ(DllGetClassObject(CLSID_FlvByteStreamHandler, IID_IUnknown, &object), E_OUTOFMEMORY);
+    EXPECT_EQ(log.count(Severity::fatal, "pFactory is NULL."), 1U);
+    EXPECT_EQ(LogCapture::snapshots(), 1U);
+}
+
+TEST_F(ClassFactoryTest, AnswersForIUnknown) {
+    const auto factory = factoryFor(CLSID_FlvByteStreamHandler);
+    ComPtr<IUnknown> unknown;
+    EXPECT_EQ(factory->QueryInterface(IID_IUnknown, reinterpret_cast<void**>(unknown.GetAddressOf())), S_OK);
+    EXPECT_EQ(unknown.Get(), factory.Get());
+    EXPECT_EQ(log.count(Severity::info, "QI(IUnknown)"), 1U);
+}
+
+TEST_F(ClassFactoryTest, RefusesANullPointerInEachMethod) {
+    const auto factory = factoryFor(CLSID_FlvByteStreamHandler);
+    EXPECT_EQ(factory->QueryInterface(IID_IUnknown, nullptr), E_INVALIDARG);
+    EXPECT_EQ(factory->CreateInstance(nullptr, IID_IUnknown, nullptr), E_INVALIDARG);
+    EXPECT_EQ(log.count(Severity::fatal, "ppObject is NULL."), 2U);
+    EXPECT_EQ(LogCapture::snapshots(), 2U);
+}
+
+TEST_F(ClassFactoryTest, ChecksThePointerBeforeAggregation) {
+    const auto factory = factoryFor(CLSID_FlvByteStreamHandler);
+    EXPECT_EQ(factory->CreateInstance(factory.Get(), IID_IUnknown, nullptr), E_INVALIDARG);
+}
+
+TEST_F(ClassFactoryTest, RefusesAggregationBeforeItLooksAtTheClass) {
+    const auto factory = factoryFor(unknownClass);
+    void* object = &object;
+    EXPECT_EQ(factory->CreateInstance(factory.Get(), IID_IUnknown, &object), CLASS_E_NOAGGREGATION);
+    EXPECT_EQ(object, nullptr);
+    EXPECT_EQ(log.count(Severity::error, "NoAggregation."), 1U);
+    EXPECT_FALSE(log.contains("Unknown class."));
+}
+
+TEST_F(ClassFactoryTest, MakesByteStreamHandlers) {
+    const auto factory = factoryFor(CLSID_FlvByteStreamHandler);
+    ComPtr<IMFByteStreamHandler> handler;
+    ASSERT_EQ(factory->CreateInstance(nullptr, __uuidof(IMFByteStreamHandler),
+                                      reinterpret_cast<void**>(handler.GetAddressOf())),
+              S_OK);
+    EXPECT_EQ(handler->AddRef(), 2U);
+    EXPECT_EQ(handler->Release(), 1U);
+}
+
+TEST_F(ClassFactoryTest, DestroysAHandlerThatLacksTheInterface) {
+    const auto factory = factoryFor(CLSID_FlvByteStreamHandler);
+    void* object = &object;
+    EXPECT_EQ(factory->CreateInstance(nullptr, IID_IStream, &object), E_NOINTERFACE);
+    EXPECT_EQ(object, nullptr);
+    EXPECT_EQ(ModuleUsageCounter::instance().count(), 1U);
+}
+
+TEST_F(ClassFactoryTest, MakesNoHandlerWithoutMemory) {
+    const auto factory = factoryFor(CLSID_FlvByteStreamHandler);
+    memoryIsExhausted = true;
+    void* object = nullptr;
+    EXPECT_EQ(factory->CreateInstance(nullptr, IID_IUnknown, &object), E_OUTOFMEMORY);
+    EXPECT_EQ(log.count(Severity::fatal, "p is NULL."), 1U);
+    EXPECT_EQ(LogCapture::snapshots(), 1U);
+}
+
+TEST_F(ClassFactoryTest, KeepsTheModuleLoaded) {
+    EXPECT_EQ(DllCanUnloadNow(), S_OK);
+    auto factory = factoryFor(CLSID_FlvByteStreamHandler);
+    EXPECT_EQ(DllCanUnloadNow(), S_FALSE);
+    ComPtr<IUnknown> handler;
+    factory->CreateInstance(nullptr, IID_IUnknown, reinterpret_cast<void**>(handler.GetAddressOf()));
+    factory.Reset();
+    EXPECT_EQ(DllCanUnloadNow(), S_FALSE);
+    handler.Reset();
+    EXPECT_EQ(DllCanUnloadNow(), S_OK);
+    EXPECT_EQ(log.count(Severity::info, "DllCanUnloadNow=OK"), 2U);
+    EXPECT_EQ(log.count(Severity::info, "DllCanUnloadNow=NG"), 2U);
+}
+
+unsigned lastReleases = 0;
+
+TEST_F(ClassFactoryTest, CountsServerLocks) {
+    auto factory = factoryFor(CLSID_FlvByteStreamHandler);
+    EXPECT_EQ(factory->LockServer(TRUE), S_OK);
+    EXPECT_EQ(factory->LockServer(TRUE), S_OK);
+    EXPECT_EQ(log.count(Severity::info, "bLock=1"), 2U);
+    ComPtr<IClassFactory> second = factoryFor(CLSID_FlvByteStreamHandler);
+    factory.Reset();
+    lastReleases = 0;
+    ModuleUsageCounter::instance().setActions(nullptr, [] { ++lastReleases; });
+    EXPECT_EQ(second->LockServer(FALSE), S_OK);
+    EXPECT_EQ(DllCanUnloadNow(), S_FALSE);
+    EXPECT_EQ(log.count(Severity::info, "bLock=0"), 1U);
+    EXPECT_EQ(second->LockServer(FALSE), S_OK);
+    EXPECT_EQ(lastReleases, 0U); // the factory itself still counts
+    second.Reset();
+    EXPECT_EQ(lastReleases, 1U);
+    EXPECT_EQ(DllCanUnloadNow(), S_OK);
+    ModuleUsageCounter::instance().setActions(nullptr, nullptr);
+}
+
+} // namespace
