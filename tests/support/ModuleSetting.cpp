@@ -1,6 +1,6 @@
 #include "tests/support/ModuleSetting.h"
 
-#include <gtest/gtest.h>
+#include <stdexcept>
 
 namespace JY::Test {
 
@@ -21,7 +21,9 @@ ModuleSetting::~ModuleSetting() {
 }
 
 void ModuleSetting::set(DWORD type, const void* data, std::size_t size) const {
-    EXPECT_EQ(RegSetKeyValueW(HKEY_LOCAL_MACHINE, settingsKey, name_, type, data, static_cast<DWORD>(size)), 0);
+    if (RegSetKeyValueW(HKEY_LOCAL_MACHINE, settingsKey, name_, type, data, static_cast<DWORD>(size)) != 0) {
+        throw std::runtime_error("The setting cannot be written.");
+    }
 }
 
 } // namespace JY::Test
