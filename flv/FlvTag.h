@@ -55,7 +55,6 @@ private:
     static constexpr std::uint32_t recordSize = 15;
 
     void requireRead() const;
-    void requireSeeked(bool done, int line) const;
 
     Stream& stream_;
     std::array<std::uint8_t, recordSize> record_{};

@@ -1,0 +1,138 @@
+#include "flv/FlvFileParserImpl.h"
+
+#include "flv/FlvTag.h"
+#include "log/Core.h"
+#include "util/ErrorException.h"
+#include "util/JYFileStream.h"
+
+#include <algorithm>
+#include <mutex>
+
+namespace JY::Pictaro::Fs {
+
+namespace {
+
+constexpr SourceFile here{"FlvFileParser"};
+
+/// A target as tags count time. Wraps like the positions of tags do.
+std::uint32_t toMilliseconds(TimePosition target) {
+    target.checkIsValid();
+    return static_cast<std::uint32_t>(target.microseconds()) / 1000U;
+}
+
+} // namespace
+
+FlvFileParserImpl::FlvFileParserImpl(const std::wstring& path)
+    : file_(path, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE), header_(readFlvHeader(file_)) {}
+
+void FlvFileParserImpl::clearHandler() {
+    const auto log = Log2::traceMember(here(), typeid(*this), "clearHandler");
+    const std::lock_guard guard(lock_);
+    handlers_.clear();
+}
+
+void FlvFileParserImpl::addHandler(FlvTagHandler& handler) {
+    const auto log = Log2::traceMember(here(), typeid(*this), "addHandler");
+    const std::lock_guard guard(lock_);
+    handlers_.push_back(&handler);
+}
+
+bool FlvFileParserImpl::readOneTag() {
+    const auto log = Log2::traceMember(here(), typeid(*this), "readOneTag");
+    const std::lock_guard guard(lock_);
+    FileStream stream(file_.handle());
+    FlvTag tag(stream);
+    tag.read();
+    stream.setLimit(tag.getDataSize());
+    if ((tag.getTagType() & TagType::filterBit) != 0) {
+        throw ErrorException(here.at(43), "Encrypted tag is not supported.");
+    }
+    try {
+        offerToHandlers(stream, tag);
+        position_ = tag.getTimePosition();
+    } catch (const Exception& exception) {
+        log.warn(here()) << "Exception during readTag." << exception;
+        throw;
+    } catch (...) {
+        log.warn(here()) << "Exception during readTag.";
+        throw;
+    }
+    stream.clearLimit();
+    return tag.next();
+}
+
+void FlvFileParserImpl::setFilePosition(std::int64_t bytePosition) {
+    const std::lock_guard guard(lock_);
+    file_.seek(bytePosition);
+}
+
+void FlvFileParserImpl::seekPosition(TimePosition target) {
+    const auto log = Log2::traceMember(here(), typeid(*this), "seekPosition");
+    const std::lock_guard guard(lock_);
+    log.info(here()) << "Requested seek position=" << target;
+    const TimePosition position = position_;
+    if (target == position) {
+        return;
+    }
+    if (position <= target) {
+        seekToForward(target);
+    } else {
+        seekToBackward(target);
+    }
+}
+
+void FlvFileParserImpl::offerToHandlers(Stream& stream, const FlvTag& tag) {
+    for (FlvTagHandler* const handler : handlers_) {
+        if (handler->handleTag(stream, tag)) {
+            return;
+        }
+    }
+}
+
+/// To the last seek point at or before the target, or to the first tag of the file.
+void FlvFileParserImpl::seekToBackward(TimePosition target) {
+    const auto log = Log2::traceMember(here(), typeid(*this), "seekToBackward");
+    const std::uint32_t milliseconds = toMilliseconds(target);
+    FileStream stream(file_.handle());
+    FlvTag tag(stream);
+    do {
+        tag.read();
+    } while (!(tag.getTimestamp() <= milliseconds && isRandomAccessPoint(stream, tag)) && tag.previous());
+    tag.seekToRecord();
+    log.info(here()) << "Seeked position=" << tag.getTimePosition();
+}
+
+/// To the first tag at or after the target when that is a seek point, else to the last seek point before it.
+void FlvFileParserImpl::seekToForward(TimePosition target) {
+    const auto log = Log2::traceMember(here(), typeid(*this), "seekToForward");
+    const std::uint32_t milliseconds = toMilliseconds(target);
+    FileStream stream(file_.handle());
+    std::int64_t candidate = seekToRandomAccessPoint(stream);
+    FlvTag tag(stream);
+    do {
+        tag.read();
+        if (isRandomAccessPoint(stream, tag)) {
+            candidate = tag.recordPosition();
+        }
+    } while (tag.getTimestamp() < milliseconds && tag.next());
+    stream.seek(candidate); // it has just been there
+    log.info(here()) << "Seeked position=" << tag.getTimePosition();
+}
+
+/// Steps back from the tag at the stream's position to a seek point, or to the first tag of the file. Returns where
+/// its record starts; the stream stands there.
+std::int64_t FlvFileParserImpl::seekToRandomAccessPoint(Stream& stream) {
+    FlvTag tag(stream);
+    do {
+        tag.read();
+    } while (!isRandomAccessPoint(stream, tag) && tag.previous());
+    tag.seekToRecord();
+    return tag.recordPosition();
+}
+
+bool FlvFileParserImpl::isRandomAccessPoint(Stream& stream, const FlvTag& tag) const {
+    return std::ranges::all_of(handlers_,
+                               [&](FlvTagHandler* handler) { return handler->isRandomAccessPoint(stream, tag); });
+}
+
+} // namespace JY::Pictaro::Fs

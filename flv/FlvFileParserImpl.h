@@ -1,0 +1,46 @@
+#pragma once
+
+#include "flv/FlvFileParser.h"
+#include "flv/FlvHeader.h"
+#include "util/File.h"
+#include "util/Lock.h"
+
+#include <atomic>
+#include <string>
+#include <vector>
+
+namespace JY::Pictaro::Fs {
+
+class FlvTag;
+
+/// Reads a file from disk. Between calls the file pointer stands at the start of the record to be read next.
+class FlvFileParserImpl final : public FlvFileParser {
+public:
+    /// Opens the file, which others may go on writing, and checks its header. Throws what opening and reading throw,
+    /// and ErrorException for a header that is none.
+    explicit FlvFileParserImpl(const std::wstring& path);
+
+    void clearHandler() override;
+    void addHandler(FlvTagHandler& handler) override;
+    bool readOneTag() override;
+    void setFilePosition(std::int64_t bytePosition) override;
+    void seekPosition(TimePosition target) override;
+    TimePosition getPosition() const override { return position_; }
+    bool hasAudio() const override { return header_.hasAudio(); }
+    bool hasVideo() const override { return header_.hasVideo(); }
+
+private:
+    void offerToHandlers(Stream& stream, const FlvTag& tag);
+    void seekToBackward(TimePosition target);
+    void seekToForward(TimePosition target);
+    std::int64_t seekToRandomAccessPoint(Stream& stream);
+    bool isRandomAccessPoint(Stream& stream, const FlvTag& tag) const;
+
+    LockImpl lock_; // guards the file's position and the handlers
+    File file_;
+    FlvHeader header_;
+    std::vector<FlvTagHandler*> handlers_;
+    std::atomic<TimePosition> position_{}; // written under the lock, read without it
+};
+
+} // namespace JY::Pictaro::Fs
