@@ -43,6 +43,21 @@ HRESULT translateCurrentException(const Log2::Logger& log, SourcePosition positi
     return E_FAIL;
 }
 
+HRESULT tracedCall(const MethodName& name, std::initializer_list<RequiredPointer> required, Detail::ComBody body,
+                   void* context) {
+    Log2::Logger log = openTrace(name);
+    const ComCall call(name, log);
+    const HRESULT checked = call.check(required);
+    if (FAILED(checked)) {
+        return checked;
+    }
+    try {
+        return body(context, call);
+    } catch (...) {
+        return translateCurrentException(log, name.position);
+    }
+}
+
 } // namespace
 
 HRESULT ComCall::check(std::initializer_list<RequiredPointer> required) const {
@@ -68,16 +83,11 @@ void ComCall::recordNull(const char* name) const {
 HRESULT Detail::runComCall(const MethodName& name, std::initializer_list<RequiredPointer> required, ComBody body,
                            void* context) {
     const TranslatorScope translator(translateStructuredException);
-    Log2::Logger log = openTrace(name);
-    const ComCall call(name, log);
-    HRESULT result = call.check(required);
-    if (FAILED(result)) {
-        return result;
-    }
+    HRESULT result = E_FAIL;
     try {
-        callTranslated([&] { result = body(context, call); });
+        callTranslated([&] { result = tracedCall(name, required, body, context); });
     } catch (...) {
-        result = translateCurrentException(log, name.position);
+        // Only the log itself can have failed: there is nowhere to tell of it.
     }
     return result;
 }
