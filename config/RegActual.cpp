@@ -12,7 +12,7 @@ namespace {
 
 constexpr SourceFile here{"RegActual"};
 
-constexpr REGSAM deleteKeyAccess = KEY_QUERY_VALUE | KEY_SET_VALUE | KEY_CREATE_SUB_KEY | DELETE;
+constexpr REGSAM deleteKeyAccess = KEY_QUERY_VALUE | KEY_SET_VALUE | KEY_ENUMERATE_SUB_KEYS | DELETE;
 
 using Buffer = std::array<std::uint8_t, 256>;
 

@@ -5,6 +5,7 @@
 
 #include <string>
 #include <typeinfo>
+#include <utility>
 
 namespace JY::Test {
 
@@ -22,6 +23,15 @@ std::string thrown(Call&& call) {
         return std::string("std::exception: ") + exception.what();
     }
     return "nothing was thrown";
+}
+
+/// The same without the line, "message @file", where the line is the real one.
+template <class E, class Call>
+std::string thrownIn(Call&& call) {
+    const std::string text = thrown<E>(std::forward<Call>(call));
+    const std::size_t colon = text.rfind(':');
+    const bool endsInLine = colon != std::string::npos && text.find_first_not_of("0123456789", colon + 1) > text.size();
+    return text.substr(0, endsInLine ? colon : text.size());
 }
 
 } // namespace JY::Test

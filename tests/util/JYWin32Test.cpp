@@ -1,5 +1,7 @@
 #include "util/JYWin32.h"
 
+#include "tests/support/OpenHandles.h"
+#include "tests/support/Thrown.h"
 #include "util/ApiErrorException.h"
 #include "util/ErrorException.h"
 #include "util/Handle.h"
@@ -8,11 +10,12 @@
 #include <array>
 #include <gtest/gtest.h>
 #include <span>
-#include <stdexcept>
-#include <string>
 #include <vector>
 
 namespace {
+
+using JY::Test::countOpenHandles;
+using JY::Test::thrownIn;
 
 /// A SID of the mandatory-label authority or another one, with one sub-authority.
 class TestSid {
@@ -50,20 +53,6 @@ BOOL WINAPI knowsEveryLabel(PSID sid, WELL_KNOWN_SID_TYPE type) {
            *GetSidSubAuthority(sid, 0) == level->subAuthority;
 }
 
-/// Expects `call` to throw `E` with a message and file "JYWin32"; gives a copy for further checks.
-template <class E, class Call>
-E expectThrow(Call&& call, const std::string& message) {
-    try {
-        call();
-    } catch (const E& exception) {
-        EXPECT_EQ(exception.messageText(), message);
-        EXPECT_STREQ(exception.file(), "JYWin32");
-        return exception;
-    }
-    ADD_FAILURE() << "nothing was thrown";
-    throw std::logic_error("nothing was thrown");
-}
-
 class IntegrityLabel : public testing::TestWithParam<Level> {};
 
 } // namespace
@@ -85,8 +74,8 @@ TEST(JYWin32, LowMediumHighAndSystemLabelsAreKnownToTheSystem) {
 TEST(JYWin32, LabelThatIsNoneOfTheKnownLevelsThrowsAfterAllWereTriedInOrder) {
     TestSid everyone(1, 0);
     askedTypes.clear();
-    expectThrow<JY::ErrorException>([&] { JY::integrityLevelOf(everyone.get(), knowsEveryLabel); },
-                                    "Unknown SID type.");
+    EXPECT_EQ(thrownIn<JY::ErrorException>([&] { JY::integrityLevelOf(everyone.get(), knowsEveryLabel); }),
+              "Unknown SID type. @JYWin32");
     EXPECT_EQ(askedTypes, (std::vector{65, 66, 67, 68, 69, 79}));
 }
 
@@ -101,15 +90,10 @@ TEST(JYWin32, IntegrityLevelOfTheProcessIsThatOfItsToken) {
 }
 
 TEST(JYWin32, ReadingTheIntegrityLevelLeavesNoHandleOpen) {
-    DWORD before = 0;
-    DWORD after = 0;
     JY::getIntegrityLevel();
-    ASSERT_TRUE(GetProcessHandleCount(GetCurrentProcess(), &before));
-    for (int i = 0; i < 10; ++i) {
-        JY::getIntegrityLevel();
-    }
-    ASSERT_TRUE(GetProcessHandleCount(GetCurrentProcess(), &after));
-    EXPECT_EQ(after, before);
+    const std::size_t before = countOpenHandles();
+    JY::getIntegrityLevel();
+    EXPECT_EQ(countOpenHandles(), before);
 }
 
 TEST(JYWin32, ModuleIsFoundByAnAddressInsideIt) {
@@ -121,9 +105,8 @@ TEST(JYWin32, ModuleIsFoundByAnAddressInsideIt) {
 
 TEST(JYWin32, AddressOutsideEveryModuleThrows) {
     const int onTheStack = 0;
-    const auto failure = expectThrow<JY::ApiErrorException>(
-        [&] { JY::getModuleHandle(static_cast<const void*>(&onTheStack)); }, "GetModuleHandleEx");
-    EXPECT_NE(failure.code(), 0U);
+    EXPECT_EQ(thrownIn<JY::ApiErrorException>([&] { JY::getModuleHandle(static_cast<const void*>(&onTheStack)); }),
+              "GetModuleHandleEx: (0x7e) @JYWin32");
 }
 
 TEST(JYWin32, ModuleIsFoundByItsName) {
@@ -132,7 +115,6 @@ TEST(JYWin32, ModuleIsFoundByItsName) {
 }
 
 TEST(JYWin32, ModuleThatIsNotLoadedThrows) {
-    const auto failure =
-        expectThrow<JY::ApiErrorException>([] { JY::getModuleHandle(L"no-such-module.dll"); }, "GetModuleHandle");
-    EXPECT_EQ(failure.code(), static_cast<std::uint32_t>(ERROR_MOD_NOT_FOUND));
+    EXPECT_EQ(thrownIn<JY::ApiErrorException>([] { JY::getModuleHandle(L"no-such-module.dll"); }),
+              "GetModuleHandle: (0x7e) @JYWin32");
 }
