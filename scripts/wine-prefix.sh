@@ -12,8 +12,8 @@ fi
 
 export WINEPREFIX=${JY_WINE_PREFIX:-$(realpath -m "$(dirname "${BASH_SOURCE[0]}")/../build/wine")}
 export WINEARCH=win64 WINEDEBUG=-all
-# No entries in the user's desktop menus, no offers to fetch what these programs do not use.
-export WINEDLLOVERRIDES="winemenubuilder.exe=;mscoree=;mshtml="
+# No entries in the user's desktop menus, no offers to fetch what these programs do not use, no debugger at a crash.
+export WINEDLLOVERRIDES="winemenubuilder.exe=;mscoree=;mshtml=;winedbg.exe="
 # Wine's decoders are GStreamer's, whose list of plugins is kept in the prefix, too.
 export GST_REGISTRY=$WINEPREFIX/gstreamer-plugins.bin
 unset DISPLAY WAYLAND_DISPLAY
