@@ -5,6 +5,7 @@
 #include "util/Stream.h"
 
 #include <cstdint>
+#include <memory>
 
 namespace JY::Pictaro::Fs {
 
@@ -36,5 +37,15 @@ protected:
 private:
     std::uint8_t codecId_;
 };
+
+/// The handler for tags of this codec: the one in `handler`, which `create(codecId)` replaces when it does not fit.
+/// What `create` throws leaves it in place.
+template <class Handler, class Create>
+Handler& fittingHandler(std::unique_ptr<Handler>& handler, std::uint8_t codecId, const Create& create) {
+    if (handler == nullptr || !handler->fits(codecId)) {
+        handler = create(codecId);
+    }
+    return *handler;
+}
 
 } // namespace JY::Pictaro::Fs

@@ -1,0 +1,143 @@
+#include "tests/streams/StreamTest.h"
+#include "util/ErrorException.h"
+
+#include <windows.h>
+
+#include <psapi.h>
+#include <random>
+
+namespace {
+
+using namespace JY;
+using namespace JY::Test;
+using namespace JY::Pictaro::Fs;
+using testing::StartsWith;
+
+const Bytes slice = {0x65, 1, 2, 3, 4};
+constexpr std::uint32_t largestDataSize = 0xFFFFFF;
+constexpr std::size_t megabyte = 1024 * 1024;
+
+/// The most memory that the process has had committed so far.
+std::size_t peakMemory() {
+    PROCESS_MEMORY_COUNTERS counters{};
+    EXPECT_TRUE(GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof counters));
+    return counters.PeakPagefileUsage;
+}
+
+/// Both streams, as a source would have them.
+class HostileTagsTest : public StreamTest {
+protected:
+    HostileTagsTest() {
+        parser.addHandler(*audio.Get());
+        parser.addHandler(*video.Get());
+    }
+
+    /// What reading the whole file throws, if anything.
+    std::string readAll(const Bytes& file) {
+        parser.open(file);
+        return thrown<ErrorException>([&] {
+            while (parser.readOneTag()) {
+            }
+        });
+    }
+
+    ComPtr<FlvAudioStream> audio = createStream<FlvAudioStream>();
+    ComPtr<FlvVideoStream> video = createStream<FlvVideoStream>();
+};
+
+TEST_F(HostileTagsTest, TakeNoMemoryForANalUnitLongerThanItsTag) {
+    const std::size_t before = peakMemory();
+    for (const std::uint32_t length : {0xFFFFFFFFU, 0xFFFFFFFCU, 0x80000000U, 0x7FFFFFFFU, 0x10000000U}) {
+        const FlvBuilder file =
+            FlvBuilder().avcSequenceHeader(0).avcPacket(0, FlvBuilder::key, 1, 0, join({bigEndian(length, 4), slice}));
+        EXPECT_THAT(readAll(file.build()), StartsWith("Parse error. @AvcVideoDataHandler:")) << length;
+    }
+    EXPECT_LT(peakMemory() - before, 16 * megabyte);
+}
+
+TEST_F(HostileTagsTest, TakeNoMoreMemoryThanATagCanClaim) {
+    const std::size_t before = peakMemory();
+    const FlvBuilder file = FlvBuilder()
+                                .avcSequenceHeader(0)
+                                .withDataSize(largestDataSize)
+                                .avcPacket(0, FlvBuilder::key, 1, 0, join({bigEndian(0xFFFFFF - 9, 4), slice}))
+                                .withoutTrailer();
+    EXPECT_THAT(readAll(file.build()), StartsWith("Parse error. @AvcVideoDataHandler:"));
+    EXPECT_LT(peakMemory() - before, 64 * megabyte);
+    EXPECT_EQ(video->RequestSample(nullptr), E_FAIL);
+}
+
+TEST_F(HostileTagsTest, TakeNoMemoryForParameterSetsThatAreNotThere) {
+    const Bytes config = {1, 66, 0, 30, 0xFF, 0xFF, 0xFF, 0xFF, 0x67, 1, 2};
+    const FlvBuilder file = FlvBuilder().avcPacket(0, FlvBuilder::key, 0, 0, config);
+    EXPECT_THAT(readAll(file.build()), StartsWith("Parse error. @AvcVideoDataHandler:"));
+    const FlvBuilder lying =
+        FlvBuilder().withDataSize(largestDataSize).avcPacket(0, FlvBuilder::key, 0, 0, config).withoutTrailer();
+    EXPECT_THAT(readAll(lying.build()), StartsWith("Parse error. @AvcVideoDataHandler:"));
+}
+
+TEST_F(HostileTagsTest, MakeAnAudioSampleOfTheSizeThatTheTagClaims) {
+    const std::size_t before = peakMemory();
+    const FlvBuilder file = FlvBuilder().withDataSize(largestDataSize).aacRaw(0, {1, 2, 3}).withoutTrailer();
+    EXPECT_EQ(readAll(file.build()), "nothing was thrown");
+    EXPECT_LT(peakMemory() - before, 64 * megabyte);
+    ASSERT_EQ(audio->RequestSample(nullptr), S_OK);
+    const Bytes bytes = contentOf(*sampleOf(*nextEvent(*audio.Get()).Get()).Get()).bytes;
+    ASSERT_EQ(bytes.size(), largestDataSize - 2);
+    EXPECT_EQ(firstBytes(bytes, 4), (Bytes{1, 2, 3, 0}));
+}
+
+TEST_F(HostileTagsTest, GiveNoBytesOfTheNextTagAway) {
+    // The audio tag claims two bytes fewer than it has, so that the next record is read from within it.
+    const FlvBuilder file = FlvBuilder().withDataSize(3).aacRaw(0, {1, 2, 3});
+    parser.open(file.build());
+    parser.readOneTag();
+    parser.open(FlvBuilder().onMetaData().build());
+    ASSERT_EQ(audio->RequestSample(nullptr), S_OK);
+    EXPECT_EQ(contentOf(*sampleOf(*nextEvent(*audio.Get()).Get()).Get()).bytes, Bytes{1});
+}
+
+TEST_F(HostileTagsTest, EndInAnErrorOrTheEndOfTheFileWhereverItIsCut) {
+    const Bytes whole = FlvBuilder()
+                            .onMetaData()
+                            .avcSequenceHeader(0)
+                            .aacSequenceHeader(0)
+                            .avcNalus(0, FlvBuilder::key, {slice, slice})
+                            .aacRaw(0, {1, 2, 3})
+                            .build();
+    for (std::size_t size = 9; size < whole.size(); ++size) {
+        const std::string outcome = readAll(firstBytes(whole, size));
+        EXPECT_TRUE(outcome == "nothing was thrown" || outcome.starts_with("Too short") ||
+                    outcome.starts_with("Parse error."))
+            << size << ": " << outcome;
+    }
+}
+
+TEST_F(HostileTagsTest, EndInAnExceptionOfTheModuleWhateverTheirBytesAre) {
+    std::mt19937 random(20240229);
+    const Bytes whole = FlvBuilder()
+                            .avcSequenceHeader(0)
+                            .aacSequenceHeader(0)
+                            .avcNalus(0, FlvBuilder::key, {slice, slice})
+                            .avcNalus(40, FlvBuilder::inter, {slice}, -80)
+                            .aacRaw(0, {1, 2, 3})
+                            .build();
+    for (int round = 0; round < 3000; ++round) {
+        Bytes file = whole;
+        for (int change = 0; change < 3; ++change) {
+            file[9 + random() % (file.size() - 9)] = static_cast<std::uint8_t>(random());
+        }
+        parser.open(file);
+        try {
+            while (parser.readOneTag()) {
+            }
+        } catch (const Exception&) {
+        }
+        audio->purgeSamples();
+        video->purgeSamples();
+    }
+    EXPECT_EQ(readAll(whole), "nothing was thrown") << "the streams must go on after bad tags";
+    EXPECT_EQ(video->RequestSample(nullptr), S_OK);
+}
+
+} // namespace
