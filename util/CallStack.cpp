@@ -122,7 +122,7 @@ StackFrame lookUpSymbol(const void* address) {
         frame.file = afterLastBackslash(line.FileName);
         frame.line = line.LineNumber;
     } else {
-        frame.file = "?";
+        frame.file.assign(1, '?');
         frame.line = static_cast<std::uint32_t>(displacement);
     }
     return frame;
