@@ -61,4 +61,17 @@ HMODULE getModuleHandle(const wchar_t* name) {
     return module;
 }
 
+std::wstring getModulePath(HMODULE module) {
+    std::wstring path(MAX_PATH, L'\0');
+    for (;;) {
+        const DWORD length = GetModuleFileNameW(module, path.data(), static_cast<DWORD>(path.size()));
+        throwIfFalse(length != 0, here(), "GetModuleFileName");
+        if (length < path.size()) {
+            path.resize(length);
+            return path;
+        }
+        path.resize(path.size() * 2); // cut: what fills the buffer has no terminator
+    }
+}
+
 } // namespace JY

@@ -2,6 +2,8 @@
 
 #include <windows.h>
 
+#include <string>
+
 namespace JY {
 
 /// The mandatory integrity level of the running process, as the type of its label's SID (WinLowLabelSid, ...). Throws
@@ -17,5 +19,8 @@ WELL_KNOWN_SID_TYPE integrityLevelOf(PSID label, SidTest isWellKnown = IsWellKno
 /// ApiErrorException when there is none.
 HMODULE getModuleHandle(const void* address);
 HMODULE getModuleHandle(const wchar_t* name);
+/// The full path of a module's file, of any length; null stands for the executable. Throws ApiErrorException for what
+/// is no module.
+std::wstring getModulePath(HMODULE module);
 
 } // namespace JY

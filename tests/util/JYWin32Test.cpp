@@ -1,6 +1,7 @@
 #include "util/JYWin32.h"
 
 #include "tests/support/OpenHandles.h"
+#include "tests/support/TempFile.h"
 #include "tests/support/Thrown.h"
 #include "util/ApiErrorException.h"
 #include "util/ErrorException.h"
@@ -8,6 +9,7 @@
 
 #include <algorithm>
 #include <array>
+#include <filesystem>
 #include <gtest/gtest.h>
 #include <span>
 #include <vector>
@@ -117,4 +119,37 @@ TEST(JYWin32, ModuleIsFoundByItsName) {
 TEST(JYWin32, ModuleThatIsNotLoadedThrows) {
     EXPECT_EQ(thrownIn<JY::ApiErrorException>([] { JY::getModuleHandle(L"no-such-module.dll"); }),
               "GetModuleHandle: (0x7e) @JYWin32");
+}
+
+TEST(JYWin32, ModulePathIsThatOfTheModulesFile) {
+    wchar_t expected[MAX_PATH];
+    ASSERT_NE(GetModuleFileNameW(GetModuleHandleW(L"ntdll.dll"), expected, MAX_PATH), 0U);
+    EXPECT_EQ(JY::getModulePath(GetModuleHandleW(L"ntdll.dll")), expected);
+}
+
+TEST(JYWin32, PathWithoutAModuleIsThatOfTheExecutable) {
+    EXPECT_TRUE(JY::getModulePath(nullptr).ends_with(L"\\util_tests.exe"));
+}
+
+TEST(JYWin32, ModulePathMayBeLongerThanTheOldLimit) {
+    const JY::Test::TempFolder folder;
+    const std::filesystem::path deep =
+        L"\\\\?\\" + folder.path() + L"\\" + std::wstring(150, L'a') + L"\\" + std::wstring(150, L'b');
+    ASSERT_TRUE(CreateDirectoryW(deep.parent_path().c_str(), nullptr));
+    ASSERT_TRUE(CreateDirectoryW(deep.c_str(), nullptr));
+    const std::filesystem::path copy = deep / L"copy.exe";
+    ASSERT_TRUE(CopyFileW(JY::getModulePath(nullptr).c_str(), copy.c_str(), TRUE));
+    const HMODULE module = LoadLibraryExW(copy.c_str(), nullptr, DONT_RESOLVE_DLL_REFERENCES);
+    ASSERT_NE(module, nullptr);
+    const std::wstring path = JY::getModulePath(module);
+    FreeLibrary(module);
+    DeleteFileW(copy.c_str());
+    EXPECT_GT(path.size(), 300U);
+    EXPECT_TRUE(path.ends_with(L"\\copy.exe"));
+}
+
+TEST(JYWin32, WhatIsNoModuleHasNoPath) {
+    EXPECT_TRUE(thrownIn<JY::ApiErrorException>([] {
+                    JY::getModulePath(reinterpret_cast<HMODULE>(std::uintptr_t{0x10000}));
+                }).starts_with("GetModuleFileName: (0x"));
 }
