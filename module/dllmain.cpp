@@ -1,6 +1,7 @@
 #include "com/ComCall.h"
 #include "com/ModuleUsageCounter.h"
 #include "config/FlvSourceConfig.h"
+#include "log/Snapshot.h"
 #include "module/AppLog.h"
 #include "module/ClassFactory.h"
 #include "module/ModuleInitializer.h"
@@ -68,10 +69,10 @@ extern "C" BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID) {
         dispatch(module, reason);
     } catch (const Exception& exception) {
         Log2::untraced().error(here()) << exception;
-        AppLog::snapshot();
+        Log2::requestSnapshot();
     } catch (...) {
         Log2::untraced().fatal(here()) << "Unknown exception.";
-        AppLog::snapshot();
+        Log2::requestSnapshot();
     }
     return TRUE;
 }

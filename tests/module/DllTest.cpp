@@ -2,6 +2,7 @@
 #include "source/MfDeclarations.h"
 #include "tests/support/DebugOutputCapture.h"
 #include "tests/support/ModuleSetting.h"
+#include "tests/support/OpenHandles.h"
 
 #include <gtest/gtest.h>
 #include <windows.h>
@@ -104,15 +105,12 @@ TEST(Dll, LetsExceptionsOfItsHostPass) {
 }
 
 TEST(Dll, CanBeLoadedAndUnloadedManyTimes) {
-    DWORD before = 0;
     { const LoadedModule first; }
-    GetProcessHandleCount(GetCurrentProcess(), &before);
+    const std::size_t before = JY::Test::countOpenHandles();
     for (int i = 0; i < 50; ++i) {
         const LoadedModule module;
     }
-    DWORD after = 0;
-    GetProcessHandleCount(GetCurrentProcess(), &after);
-    EXPECT_EQ(after, before);
+    EXPECT_EQ(JY::Test::countOpenHandles(), before);
 }
 
 } // namespace
