@@ -17,6 +17,7 @@
 
 #include <algorithm>
 #include <span>
+#include <string_view>
 #include <wmcodecdsp.h>
 
 namespace JY::Pictaro::Fs {
@@ -26,20 +27,21 @@ using Microsoft::WRL::ComPtr;
 namespace {
 
 constexpr SourceFile here{"AacAudioDataHandler"};
-/// Under which the support staff knows bad packet types.
+/// An unknown packet type is reported as a fault of the tag's header.
 constexpr SourceFile audioTagFile{"FlvAudioTag"};
 
-constexpr std::uint8_t sequenceHeader = 0;
-constexpr std::uint8_t rawData = 1;
-constexpr std::uint32_t mediaHeaderSize = 2; // the audio header byte and the packet type
+constexpr std::uint8_t sequenceHeader = 0; ///< an AACPacketType
+constexpr std::uint8_t rawData = 1;        ///< an AACPacketType
+/// Bytes: the audio header byte and the packet type.
+constexpr std::uint32_t mediaHeaderSize = 2;
 
-constexpr UINT32 rawPayload = 0;
-
-constexpr std::uint8_t explicitFrequency = 15; ///< the frequency index that announces a frequency of its own
-constexpr unsigned explicitFrequencyBits = 24;
 /// Bytes of an AudioSpecificConfig that hold what is read of it: object type, frequency index, explicit frequency and
 /// channel configuration.
 constexpr std::uint32_t longestConfig = 5;
+constexpr std::uint8_t explicitFrequency = 15; ///< the frequency index that announces a frequency of its own
+constexpr unsigned explicitFrequencyBits = 24;
+
+constexpr UINT32 rawPayload = 0; ///< a payload type: without ADTS headers
 
 constexpr std::array<UINT32, 14> samplesPerSecond = {96000, 88200, 64000, 48000, 44100, 32000, 24000,
                                                      22050, 16000, 12000, 11025, 8000,  7350,  0};
@@ -59,8 +61,7 @@ const typename Table::value_type& lookUp(const Table& table, std::size_t index, 
     return table[index];
 }
 
-/// The file's bit for the sample size is taken the other way round: set means 8 bits here. Hosts have come to rely on
-/// it.
+/// The other way round than the file means it, on purpose: the bit for 16-bit samples gives 8.
 UINT32 bitsPerSample(const FlvAudioTag& header) {
     return header.getSoundSize() != 0 ? 8 : 16;
 }

@@ -30,10 +30,11 @@ namespace {
 
 constexpr SourceFile here{"AvcVideoDataHandler"};
 
-constexpr std::uint8_t sequenceHeader = 0;
-constexpr std::uint8_t nalus = 1;
-constexpr std::uint8_t endOfSequence = 2;
-constexpr std::uint32_t mediaHeaderSize = 5; // the video header byte, the packet type and the composition time
+constexpr std::uint8_t sequenceHeader = 0; ///< an AVCPacketType
+constexpr std::uint8_t nalus = 1;          ///< an AVCPacketType
+constexpr std::uint8_t endOfSequence = 2;  ///< an AVCPacketType
+/// Bytes: the video header byte, the packet type and the composition time.
+constexpr std::uint32_t mediaHeaderSize = 5;
 
 constexpr std::array<std::uint8_t, 3> startCode = {0, 0, 1};
 constexpr std::size_t maximalNaluSizeUnit = 4;
@@ -155,7 +156,7 @@ void AvcVideoDataHandler::readParameterSets(TagPayload& payload, unsigned count)
     }
 }
 
-// Takes no more memory than the tag can fill, and keeps what is there of a set that is cut short.
+// Takes no more memory than the tag can fill. Of a set that is cut short, what is there stays.
 void AvcVideoDataHandler::readParameterSet(TagPayload& payload) {
     const std::uint32_t length = readNumber(payload, 2, here());
     parameterByteStream_.insert(parameterByteStream_.end(), startCode.begin(), startCode.end());
@@ -197,6 +198,7 @@ void AvcVideoDataHandler::readNalus(TagPayload& payload, StreamSource& source, F
     }
 }
 
+// The length is checked against the tag before memory is taken for it.
 ComPtr<IMFSample> AvcVideoDataHandler::readNalu(TagPayload& payload, std::uint32_t length, bool isKeyFrame,
                                                 StreamSource& source, const Log2::Logger& log) const {
     requireParsed(length > naluSizeUnit_ && length <= payload.left(), here());

@@ -99,9 +99,8 @@ TEST_F(AacAudioDataHandlerTest, RecordsEachAttributeInOrder) {
                             "EXIT: JY::Pictaro::Fs::AacAudioDataHandler::readAacSequenceHeader"));
     for (const CapturedRecord& record : log.records()) {
         EXPECT_EQ(record.file, "AacAudioDataHandler");
-        if (record.message.starts_with("MF_MT_")) {
-            EXPECT_EQ(record.severity, Severity::info) << record.message;
-        }
+        const bool isTrace = record.message.starts_with("ENTER: ") || record.message.starts_with("EXIT: ");
+        EXPECT_EQ(record.severity, isTrace ? Severity::trace : Severity::info) << record.message;
     }
 }
 

@@ -92,9 +92,8 @@ TEST_F(AvcVideoDataHandlerTest, RecordsTheConfigurationAndTheMediaTypeInOrder) {
                             "EXIT: JY::Pictaro::Fs::AvcVideoDataHandler::readSequenceHeader"));
     for (const CapturedRecord& record : log.records()) {
         EXPECT_EQ(record.file, "AvcVideoDataHandler");
-        if (record.message.find("ER: ") == std::string::npos && record.message.find("IT: ") == std::string::npos) {
-            EXPECT_EQ(record.severity, Severity::info) << record.message;
-        }
+        const bool isTrace = record.message.starts_with("ENTER: ") || record.message.starts_with("EXIT: ");
+        EXPECT_EQ(record.severity, isTrace ? Severity::trace : Severity::info) << record.message;
     }
 }
 
@@ -203,7 +202,6 @@ TEST_F(AvcVideoDataHandlerTest, TruncatesTheFrameRateToThousandths) {
 
 TEST_F(AvcVideoDataHandlerTest, TruncatesTheFrameSize) {
     EXPECT_EQ(frameSizeFor(1919.99, 1080.5), std::pair(1919U, 1080U));
-    EXPECT_EQ(log.count("framesize width=1919 height=1080"), 0U) << "forgotten by configure";
 }
 
 TEST_F(AvcVideoDataHandlerTest, TakesNumbersOutOfRangeForTheNearestInRangeAndNoNumberForZero) {

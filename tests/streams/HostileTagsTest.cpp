@@ -17,11 +17,11 @@ const Bytes slice = {0x65, 1, 2, 3, 4};
 constexpr std::uint32_t largestDataSize = 0xFFFFFF;
 constexpr std::size_t megabyte = 1024 * 1024;
 
-/// The most memory that the process has had committed so far.
+/// The most memory that the process has had in use so far.
 std::size_t peakMemory() {
     PROCESS_MEMORY_COUNTERS counters{};
     EXPECT_TRUE(GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof counters));
-    return counters.PeakPagefileUsage;
+    return counters.PeakWorkingSetSize;
 }
 
 /// Both streams, as a source would have them.

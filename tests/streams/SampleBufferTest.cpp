@@ -4,7 +4,6 @@
 #include "tests/streams/StreamTest.h"
 #include "util/ApiErrorException.h"
 
-#include <algorithm>
 #include <numeric>
 
 namespace {
@@ -40,11 +39,6 @@ TEST(SampleBuffer, MayBeEmpty) {
     DWORD length = 1;
     EXPECT_EQ(sample->GetTotalLength(&length), S_OK);
     EXPECT_EQ(length, 0U);
-}
-
-TEST(SampleBuffer, MayBeGivenUp) {
-    SampleBuffer buffer(10);
-    std::ranges::fill(buffer.bytes(), std::uint8_t{1});
 }
 
 TEST(CutDump, HoldsNoMoreBytesThanTheMaximumAndNoMoreThanThereAre) {
