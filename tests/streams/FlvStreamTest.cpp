@@ -1,6 +1,7 @@
 #include "streams/FlvStream.h"
 
 #include "tests/streams/StreamTest.h"
+#include "tests/support/Faults.h"
 #include "util/ApiErrorException.h"
 #include "util/ErrorException.h"
 #include "util/FatalException.h"
@@ -309,6 +310,22 @@ TEST_F(FlvStreamTest, ReplacesItsDescriptorAndReleasesTheOneBefore) {
     EXPECT_EQ(descriptors[0]->Release(), 1U);
     descriptors[1]->AddRef();
     EXPECT_EQ(descriptors[1]->Release(), 3U);
+}
+
+TEST_F(FlvStreamTest, SurvivesPointersThatLeadNowhere) {
+    open(twoAudioFrames());
+    ASSERT_EQ(audio->RequestSample(nullptr), S_OK);
+    ComPtr<IMFStreamDescriptor> descriptor;
+    ASSERT_EQ(audio->GetStreamDescriptor(descriptor.GetAddressOf()), S_OK);
+    descriptor->AddRef();
+    const ULONG references = descriptor->Release();
+    const ReadOnlyPage page;
+    EXPECT_EQ(audio->GetStreamDescriptor(reinterpret_cast<IMFStreamDescriptor**>(page.get())), E_FAIL);
+    EXPECT_EQ(audio->QueryInterface(IID_IUnknown, reinterpret_cast<void**>(page.get())), E_FAIL);
+    descriptor->AddRef();
+    EXPECT_EQ(descriptor->Release(), references);
+    EXPECT_TRUE(log.contains("ACCESS_VIOLATION"));
+    EXPECT_TRUE(lockIsFree());
 }
 
 TEST_F(FlvStreamTest, KnowsItsIdentifier) {
