@@ -1,12 +1,13 @@
 #pragma once
 
 #include "com/ComCall.h"
+#include "com/ComReference.h"
 #include "source/AsyncCallParam.h"
 #include "util/ApiErrorException.h"
 #include "util/SharedLock.h"
 
-#include <windows.h>
 #include <mfapi.h>
+#include <windows.h>
 
 #include <mutex>
 #include <typeinfo>
@@ -61,7 +62,8 @@ HRESULT AsyncCaller<T>::doCallAsync(IMFAsyncCallback* callback, IUnknown* state,
                                     Microsoft::WRL::ComPtr<IUnknown> argument) {
     const Log2::Logger trace = Log2::traceMember(here(), typeid(*this), "doCallAsync");
     const std::lock_guard guard(queueing_);
-    const auto param = createParam<AsyncCallParam>(callback, state, std::move(argument));
+    const auto param =
+        createParam<AsyncCallParam>(shareReference(callback), shareReference(state), std::move(argument));
     return MFPutWorkItem(MFASYNC_CALLBACK_QUEUE_MULTITHREADED, this, param.Get());
 }
 

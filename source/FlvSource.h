@@ -5,9 +5,9 @@
 #include "flv/TimePosition.h"
 #include "streams/StreamSource.h"
 
-#include <windows.h>
 #include <mfidl.h>
 #include <mfobjects.h>
+#include <windows.h>
 
 #include <string>
 

@@ -24,7 +24,8 @@ public:
 
     /// `startPosition` in 100 ns (VT_I8); null or VT_EMPTY for the current position. Throws ApiErrorException "start"
     /// with MF_E_UNSUPPORTED_TIME_FORMAT for any other type, before anything happens.
-    virtual SourceState& start(FlvSource& source, const StreamList& selectedStreams, const PROPVARIANT* startPosition) = 0;
+    virtual SourceState& start(FlvSource& source, const StreamList& selectedStreams,
+                               const PROPVARIANT* startPosition) = 0;
     /// Throws ApiErrorException "pause" with MF_E_INVALID_STATE_TRANSITION unless the source is started.
     virtual SourceState& pause(FlvSource& source, const StreamList& selectedStreams) = 0;
     virtual SourceState& stop(FlvSource& source, const StreamList& selectedStreams) = 0;

@@ -3,8 +3,8 @@
 #include "source/SourceState.h"
 #include "util/SourcePosition.h"
 
-#include <windows.h>
 #include <mfobjects.h>
+#include <windows.h>
 
 #include <optional>
 #include <string_view>

@@ -18,21 +18,26 @@ Handle openExisting(const std::wstring& path, DWORD access, DWORD share) {
     return Handle(CreateFileW(path.c_str(), access, share, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
 }
 
-std::optional<BY_HANDLE_FILE_INFORMATION> queryInformation(HANDLE handle) {
+std::optional<FileId> queryId(HANDLE handle) {
     BY_HANDLE_FILE_INFORMATION information{};
-    return GetFileInformationByHandle(handle, &information) ? std::optional(information) : std::nullopt;
+    if (!GetFileInformationByHandle(handle, &information)) {
+        return std::nullopt;
+    }
+    return FileId{information.dwVolumeSerialNumber,
+                  (std::uint64_t{information.nFileIndexHigh} << 32) | information.nFileIndexLow};
 }
 
-std::wstring describeIdentity(const BY_HANDLE_FILE_INFORMATION& information) {
+} // namespace
+
+std::wstring toText(const FileId& id) {
     wchar_t text[40];
-    std::swprintf(text, sizeof text / sizeof *text, L" file=%08lx,%08lx%08lx", information.dwVolumeSerialNumber,
-                  information.nFileIndexHigh, information.nFileIndexLow);
+    std::swprintf(text, sizeof text / sizeof *text, L"%08lx,%08lx%08lx", static_cast<unsigned long>(id.volumeSerialNumber),
+                  static_cast<unsigned long>(id.fileIndex >> 32), static_cast<unsigned long>(id.fileIndex & 0xFFFFFFFF));
     return text;
 }
 
-/// The complement of every code unit, so that a log does not show the name at a glance.
-std::wstring describeObscured(const std::wstring& path) {
-    std::wstring text = L" data=";
+std::wstring obscurePath(const std::wstring& path) {
+    std::wstring text;
     for (const wchar_t unit : path) {
         wchar_t digits[5];
         std::swprintf(digits, sizeof digits / sizeof *digits, L"%04x", static_cast<unsigned>(unit) ^ 0xFFFFU);
@@ -40,8 +45,6 @@ std::wstring describeObscured(const std::wstring& path) {
     }
     return text;
 }
-
-} // namespace
 
 File::File(std::wstring path, DWORD access, DWORD share, PathDisplay display)
     : path_(std::move(path)), display_(display), handle_(openExisting(path_, access, share)) {
@@ -67,16 +70,15 @@ std::wstring File::describe() const {
         return L" file=" + path_;
     }
     const Handle handle = openExisting(path_, FILE_READ_ATTRIBUTES, shareAll);
-    const auto information = handle ? queryInformation(handle.get()) : std::nullopt;
-    return information ? describeIdentity(*information) : describeObscured(path_);
+    const auto id = handle ? queryId(handle.get()) : std::nullopt;
+    return id ? L" file=" + toText(*id) : L" data=" + obscurePath(path_);
 }
 
 FileId File::getFileId(const std::wstring& path) {
     const File file(path, FILE_READ_ATTRIBUTES, shareAll, PathDisplay::hidden);
-    const auto information = queryInformation(file.handle());
-    file.throwUnless(information.has_value(), 147, "GetFileInformationByHandle");
-    return {information->dwVolumeSerialNumber,
-            (std::uint64_t{information->nFileIndexHigh} << 32) | information->nFileIndexLow};
+    const auto id = queryId(file.handle());
+    file.throwUnless(id.has_value(), 147, "GetFileInformationByHandle");
+    return *id;
 }
 
 void File::throwUnless(bool done, int line, const char* call) const {

@@ -17,6 +17,11 @@ struct FileId {
     friend bool operator==(const FileId&, const FileId&) = default;
 };
 
+/// An identity as records show it: "%08x,%08x%08x" of serial number and the index's halves.
+std::wstring toText(const FileId& id);
+/// A path as it stands in records that must not disclose it: every code unit's complement as four hexadecimal digits.
+std::wstring obscurePath(const std::wstring& path);
+
 /// Whether error texts about a file may show its path.
 enum class PathDisplay { shown, hidden };
 
