@@ -41,6 +41,20 @@ public:
 protected:
     explicit ComUnknownBase(ModuleUsageCounter& counter) : usage_(counter) {}
 
+    /// Adds a reference unless the last one has gone and the object is being destroyed. For an object that is also
+    /// found through pointers without a reference.
+    bool tryAddRef() {
+        auto* const references = reinterpret_cast<volatile LONG*>(&referenceCount_);
+        for (LONG count = *references; count != 0;) {
+            const LONG found = InterlockedCompareExchange(references, count + 1, count);
+            if (found == count) {
+                return true;
+            }
+            count = found;
+        }
+        return false;
+    }
+
 public:
     virtual ~ComUnknownBase() = default;
 

@@ -76,13 +76,14 @@ template <class T>
 HRESULT STDMETHODCALLTYPE AsyncCaller<T>::Invoke(IMFAsyncResult* pAsyncResult) {
     return comCall({here(), &typeid(*this), "Invoke"}, {{"pAsyncResult", pAsyncResult}},
                    [&](const ComCall& call) -> HRESULT {
-                       const auto param = takeParam(*pAsyncResult);
-                       const auto resultObject = runCallee(*param, call.log());
-                       if (param->callback() == nullptr) {
+                       const auto held = takeParam(*pAsyncResult);
+                       const AsyncCallParam& param = *held.Get();
+                       const auto resultObject = runCallee(param, call.log());
+                       if (param.callback() == nullptr) {
                            call.log().info(here()) << "No callback return.";
                            return S_OK;
                        }
-                       return complete(*param, resultObject.Get(), call.log());
+                       return complete(param, resultObject.Get(), call.log());
                    });
 }
 
@@ -90,7 +91,7 @@ template <class T>
 Microsoft::WRL::ComPtr<AsyncCallParam> AsyncCaller<T>::takeParam(IMFAsyncResult& asyncResult) {
     const std::lock_guard guard(queueing_);
     Microsoft::WRL::ComPtr<IUnknown> state;
-    throwIfFailed(asyncResult.GetState(&state), here(), "GetState");
+    throwIfFailed(asyncResult.GetState(state.GetAddressOf()), here(), "GetState");
     if (state == nullptr) {
         throw ApiErrorException(here(), "GetState without a state", static_cast<std::uint32_t>(E_FAIL));
     }
@@ -100,7 +101,7 @@ Microsoft::WRL::ComPtr<AsyncCallParam> AsyncCaller<T>::takeParam(IMFAsyncResult&
 template <class T>
 Microsoft::WRL::ComPtr<IUnknown> AsyncCaller<T>::runCallee(const AsyncCallParam& param, const Log2::Logger& log) {
     Microsoft::WRL::ComPtr<IUnknown> resultObject;
-    const HRESULT result = (owner_.*callee_)(param.argument(), &resultObject);
+    const HRESULT result = (owner_.*callee_)(param.argument(), resultObject.GetAddressOf());
     if (FAILED(result)) {
         log.warn(here()) << ApiErrorException(here(), "(*callee)", static_cast<std::uint32_t>(result));
     }
@@ -110,7 +111,8 @@ Microsoft::WRL::ComPtr<IUnknown> AsyncCaller<T>::runCallee(const AsyncCallParam&
 template <class T>
 HRESULT AsyncCaller<T>::complete(const AsyncCallParam& param, IUnknown* resultObject, const Log2::Logger& log) {
     Microsoft::WRL::ComPtr<IMFAsyncResult> completion;
-    const HRESULT status = MFCreateAsyncResult(resultObject, param.callback(), param.state(), &completion);
+    const HRESULT status =
+        MFCreateAsyncResult(resultObject, param.callback(), param.state(), completion.GetAddressOf());
     if (FAILED(status)) {
         log.warn(here()) << ApiErrorException(here(), "MFCreateAsyncResult", static_cast<std::uint32_t>(status));
         return status;

@@ -4,6 +4,7 @@
 #include "config/FlvSourceConfig.h"
 #include "flv/FlvFileParserImpl.h"
 #include "flv/FlvMetaDataImpl.h"
+#include "flv/NumberConversion.h"
 #include "source/FailureGuard.h"
 #include "source/LogFileName.h"
 #include "source/SourceStateStopped.h"
@@ -43,6 +44,10 @@ ComPtr<IMFMediaEventQueue> createEventQueue() {
     return queue;
 }
 
+[[noreturn]] void throwShutdown() {
+    throw ApiErrorException(here(), "checkShutdown", static_cast<std::uint32_t>(MF_E_SHUTDOWN));
+}
+
 template <class Stream, class... Arguments>
 ComPtr<FlvStream> createStream(Arguments&&... arguments) {
     auto stream = createObject<Stream>(std::forward<Arguments>(arguments)...);
@@ -50,14 +55,6 @@ ComPtr<FlvStream> createStream(Arguments&&... arguments) {
         throw std::bad_alloc();
     }
     return stream;
-}
-
-/// The nearest number that there is; 0 for what is no number.
-std::uint64_t toUnsigned(double number) {
-    if (!(number > 0)) {
-        return 0;
-    }
-    return number < 0x1p64 ? static_cast<std::uint64_t>(number) : UINT64_MAX;
 }
 
 ComPtr<IMFPresentationDescriptor> createDescriptor(std::vector<ComPtr<IMFStreamDescriptor>>& descriptors,
@@ -175,6 +172,12 @@ void FlvSourceImpl::setTagHandlers(const StreamList& streams) {
 
 HRESULT FlvSourceImpl::QueryInterface(REFIID riid, void** ppvObject) {
     return comCall({here(), &typeid(*this), "QueryInterface"}, {{"ppvObject", ppvObject}}, [&](const ComCall& call) {
+        *ppvObject = nullptr;
+        // A stream, which holds no reference, may ask for its source while that waits for the lock to be destroyed.
+        const ComPtr<FlvSourceImpl> self = adoptReference(tryAddRef() ? this : nullptr);
+        if (self == nullptr) {
+            throwShutdown();
+        }
         return answerQuery(call, here(), *this, riid, ppvObject,
                            {{IID_IUnknown, "IUnknown", this},
                             {IID_IMFMediaEventGenerator, "IMFMediaEventGenerator", this},
@@ -269,7 +272,7 @@ std::uint64_t FlvSourceImpl::duration() const {
     if (seconds == nullptr) {
         throw ErrorException(here(), "Invalid duration attribute type.");
     }
-    return toUnsigned(static_cast<double>(*seconds) * 1000.0 * 1000.0 * 10.0);
+    return truncateTo<std::uint64_t>(static_cast<double>(*seconds) * 1000.0 * 1000.0 * 10.0);
 }
 
 HRESULT FlvSourceImpl::Start(IMFPresentationDescriptor* pPresentationDescriptor, const GUID* pguidTimeFormat,
@@ -405,7 +408,7 @@ void FlvSourceImpl::detachStreams() {
 
 void FlvSourceImpl::checkShutdown() const {
     if (isShutdown_) {
-        throw ApiErrorException(here(), "checkShutdown", static_cast<std::uint32_t>(MF_E_SHUTDOWN));
+        throwShutdown();
     }
 }
 
