@@ -43,10 +43,8 @@ HRESULT translateCurrentException(const Log2::Logger& log, SourcePosition positi
     return E_FAIL;
 }
 
-HRESULT tracedCall(const MethodName& name, std::initializer_list<RequiredPointer> required, Detail::ComBody body,
-                   void* context) {
-    Log2::Logger log = openTrace(name);
-    const ComCall call(name, log);
+HRESULT ladderedCall(const ComCall& call, SourcePosition position, std::initializer_list<RequiredPointer> required,
+                     Detail::ComBody body, void* context) {
     const HRESULT checked = call.check(required);
     if (FAILED(checked)) {
         return checked;
@@ -54,8 +52,18 @@ HRESULT tracedCall(const MethodName& name, std::initializer_list<RequiredPointer
     try {
         return body(context, call);
     } catch (...) {
-        return translateCurrentException(log, name.position);
+        return translateCurrentException(call.log(), position);
     }
+}
+
+HRESULT tracedCall(const MethodName& name, std::initializer_list<RequiredPointer> required, Detail::ComBody body,
+                   void* context, ComCallObserver* observer) {
+    Log2::Logger log = openTrace(name);
+    const HRESULT result = ladderedCall(ComCall(name, log), name.position, required, body, context);
+    if (observer != nullptr) {
+        observer->callEnded(log);
+    }
+    return result;
 }
 
 } // namespace
@@ -81,11 +89,11 @@ void ComCall::recordNull(const char* name) const {
 }
 
 HRESULT Detail::runComCall(const MethodName& name, std::initializer_list<RequiredPointer> required, ComBody body,
-                           void* context) {
+                           void* context, ComCallObserver* observer) {
     const TranslatorScope translator(translateStructuredException);
     HRESULT result = E_FAIL;
     try {
-        callTranslated([&] { result = tracedCall(name, required, body, context); });
+        callTranslated([&] { result = tracedCall(name, required, body, context, observer); });
     } catch (...) {
         // Only the log itself can have failed: there is nowhere to tell of it.
     }

@@ -44,10 +44,19 @@ private:
     Log2::Logger& logger_;
 };
 
+/// Has the last word in a call: told after its failure, if any, has been recorded, inside the trace scope.
+class ComCallObserver {
+public:
+    virtual void callEnded(const Log2::Logger& log) = 0;
+
+protected:
+    ~ComCallObserver() = default;
+};
+
 namespace Detail {
 using ComBody = HRESULT (*)(void* body, const ComCall& call);
 HRESULT runComCall(const MethodName& name, std::initializer_list<RequiredPointer> required, ComBody body,
-                   void* context);
+                   void* context, ComCallObserver* observer);
 } // namespace Detail
 
 /// The boundary between the module and its callers, the same for every COM method and exported function: installs the
@@ -55,13 +64,14 @@ HRESULT runComCall(const MethodName& name, std::initializer_list<RequiredPointer
 /// which returns an HRESULT, and turns every exception into a record and an HRESULT: the code of an ApiErrorException
 /// unchanged, E_FAIL for all others; a fatal record is followed by a snapshot. Nothing is thrown.
 template <class Body>
-HRESULT comCall(const MethodName& name, std::initializer_list<RequiredPointer> required, Body&& body) {
+HRESULT comCall(const MethodName& name, std::initializer_list<RequiredPointer> required, Body&& body,
+                ComCallObserver* observer = nullptr) {
     return Detail::runComCall(
         name, required,
         [](void* context, const ComCall& call) -> HRESULT {
             return (*static_cast<std::remove_reference_t<Body>*>(context))(call);
         },
-        const_cast<void*>(static_cast<const void*>(std::addressof(body))));
+        const_cast<void*>(static_cast<const void*>(std::addressof(body))), observer);
 }
 
 template <class Body>

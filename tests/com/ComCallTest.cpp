@@ -125,6 +125,16 @@ TEST_F(ComCallTest, TurnsAnythingElseIntoEFail) {
     EXPECT_EQ(LogCapture::snapshots(), 1U);
 }
 
+TEST_F(ComCallTest, LetsItsObserverSpeakBetweenTheFailureAndTheEndOfTheScope) {
+    class Observer final : public ComCallObserver {
+    public:
+        void callEnded(const Log2::Logger& logger) override { logger.notice(here()) << "observed"; }
+    } observer;
+    const auto fail = [](const ComCall&) -> HRESULT { throw std::runtime_error("failure"); };
+    EXPECT_EQ(comCall({here(), nullptr, "Method"}, {}, fail, &observer), E_FAIL);
+    EXPECT_THAT(log.messages(true), ElementsAre("ENTER: Method", "failure", "observed", "EXIT: Method"));
+}
+
 TEST_F(ComCallTest, RefusesTheFirstNullPointerWithoutRunningTheBody) {
     int object = 0;
     bool ran = false;

@@ -79,7 +79,7 @@ TEST(CallStack, BeginsAtTheThrowSite) {
     EXPECT_LT(offsetIn(first), offsetIn(function) + 0x200);
 }
 
-[[gnu::noinline]] std::string recurse(int depth) {
+[[gnu::noipa]] std::string recurse(int depth) {
     if (depth == 0) {
         return ErrorException(here(), "x").callStack();
     }
