@@ -628,18 +628,19 @@ TEST_F(ShutDownStreamTest, KeepsTheLockThatItsSourceSharedAliveAsLongAsItself) {
 }
 
 TEST_F(ShutDownStreamTest, WakesAClientThatWaitsForAnEventWhenDetached) {
-    HRESULT result = S_OK;
-    std::thread waiting([&] {
+    std::promise<HRESULT> woken;
+    auto result = woken.get_future();
+    std::thread([stream = audio, promise = std::move(woken)]() mutable {
         ComPtr<IMFMediaEvent> event;
-        result = audio->GetEvent(0, event.GetAddressOf());
-    });
+        promise.set_value(stream->GetEvent(0, event.GetAddressOf()));
+    }).detach();
     while (!log.contains("ENTER: JY::Pictaro::Fs::FlvAudioStream::GetEvent")) {
         Sleep(1);
     }
     Sleep(50);
     audio->detachFromSource();
-    waiting.join();
-    EXPECT_EQ(result, MF_E_SHUTDOWN);
+    ASSERT_EQ(result.wait_for(std::chrono::seconds(10)), std::future_status::ready);
+    EXPECT_EQ(result.get(), MF_E_SHUTDOWN);
 }
 
 TEST_F(ShutDownStreamTest, IsDetachedOnlyAfterARequestInProgress) {
