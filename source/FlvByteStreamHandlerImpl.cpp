@@ -58,7 +58,7 @@ HRESULT FlvByteStreamHandlerImpl::BeginCreateObject(IMFByteStream* pByteStream, 
                                                     IUnknown* punkState) {
     std::wstring path;
     FailureGuard guard(here());
-    return comCall({here(), &typeid(*this), "BeginCreateObject"}, [&](const ComCall& call) {
+    const auto begin = [&](const ComCall& call) {
         call.log().info(here()) << "pwszURL=" << pwszURL;
         HRESULT result = call.check({{"pByteStream", pByteStream}, {"pwszURL", pwszURL}, {"pCallback", pCallback}});
         if (FAILED(result)) {
@@ -77,13 +77,14 @@ HRESULT FlvByteStreamHandlerImpl::BeginCreateObject(IMFByteStream* pByteStream, 
             guard.clear();
         }
         return result;
-    });
+    };
+    return comCall({here(), &typeid(*this), "BeginCreateObject"}, {}, begin, &guard);
 }
 
 HRESULT FlvByteStreamHandlerImpl::doCreateObject(IUnknown* argument, IUnknown** ppResult) {
     const std::wstring& path = static_cast<CreateObjectParam*>(argument)->filePath();
     FailureGuard guard(here(), path);
-    return comCall({here(), &typeid(*this), "doCreateObject"}, [&](const ComCall& call) {
+    const auto create = [&](const ComCall& call) {
         auto source = createObject<FlvSourceImpl>(counter_, path);
         if (source == nullptr) {
             return call.outOfMemory("pSource");
@@ -91,7 +92,8 @@ HRESULT FlvByteStreamHandlerImpl::doCreateObject(IUnknown* argument, IUnknown** 
         *ppResult = static_cast<IMFMediaSource*>(source.Detach());
         guard.clear();
         return S_OK;
-    });
+    };
+    return comCall({here(), &typeid(*this), "doCreateObject"}, {}, create, &guard);
 }
 
 HRESULT FlvByteStreamHandlerImpl::EndCreateObject(IMFAsyncResult* pResult, MF_OBJECT_TYPE* pObjectType,

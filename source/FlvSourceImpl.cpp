@@ -95,13 +95,14 @@ template <class Body>
 HRESULT FlvSourceImpl::guardedCall(SourcePosition position, const char* method,
                                    std::initializer_list<RequiredPointer> required, Body&& body) {
     FailureGuard guard(position, filePath_);
-    return comCall({position, &typeid(*this), method}, required, [&](const ComCall& call) -> HRESULT {
+    const auto guarded = [&](const ComCall& call) -> HRESULT {
         const HRESULT result = body(call);
         if (SUCCEEDED(result)) {
             guard.clear();
         }
         return result;
-    });
+    };
+    return comCall({position, &typeid(*this), method}, required, guarded, &guard);
 }
 
 FlvSourceImpl::FlvSourceImpl(ModuleUsageCounter& counter, const std::wstring& filePath)

@@ -201,11 +201,13 @@ void AvcVideoDataHandler::readNalus(TagPayload& payload, StreamSource& source, F
 // The length is checked against the tag before memory is taken for it.
 ComPtr<IMFSample> AvcVideoDataHandler::readNalu(TagPayload& payload, std::uint32_t length, bool isKeyFrame,
                                                 StreamSource& source, const Log2::Logger& log) const {
-    requireParsed(length > naluSizeUnit_ && length <= payload.left(), here());
+    requireParsed(length > naluSizeUnit_, here());
     const std::span<const std::uint8_t> parameterSets =
         isKeyFrame ? parameterByteStream_ : std::span<const std::uint8_t>{};
-    const auto size = static_cast<std::uint32_t>(parameterSets.size() + startCode.size() + length);
-    log.info(here()) << "NaluSize=" << length << " BufferSize=" << size;
+    const std::uint64_t wholeSize = parameterSets.size() + startCode.size() + std::uint64_t{length};
+    log.info(here()) << "NaluSize=" << length << " BufferSize=" << wholeSize;
+    requireParsed(length <= payload.left(), here()); // before memory is taken for it
+    const auto size = static_cast<std::uint32_t>(wholeSize);
     SampleBuffer buffer(size);
     auto rest = std::ranges::copy(parameterSets, buffer.bytes().begin()).out;
     rest = std::ranges::copy(startCode, rest).out;

@@ -4,7 +4,10 @@
 #include "tests/support/LogCapture.h"
 
 #include <gtest/gtest.h>
+
+#include <stdexcept>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -21,10 +24,9 @@ protected:
 };
 
 TEST_F(FailureGuardTest, RecordsTheFileOfAFailure) {
-    {
-        const FailureGuard guard(position, path);
-        EXPECT_TRUE(log.messages().empty());
-    }
+    FailureGuard guard(position, path);
+    EXPECT_TRUE(log.messages().empty());
+    guard.callEnded(Log2::untraced());
     ASSERT_EQ(log.records().size(), 1U);
     const CapturedRecord record = log.records()[0];
     EXPECT_EQ(record.severity, Log2::Severity::notice);
@@ -34,35 +36,39 @@ TEST_F(FailureGuardTest, RecordsTheFileOfAFailure) {
 }
 
 TEST_F(FailureGuardTest, RecordsNothingAfterSuccess) {
-    {
-        FailureGuard guard(position, path);
-        guard.clear();
-    }
+    FailureGuard guard(position, path);
+    guard.clear();
+    guard.callEnded(Log2::untraced());
     EXPECT_TRUE(log.records().empty());
 }
 
 TEST_F(FailureGuardTest, RecordsNothingBeforeAFileIsKnown) {
     const std::wstring none;
-    {
-        const FailureGuard withoutFile(position);
-        const FailureGuard withoutName(position, none);
-    }
+    FailureGuard(position).callEnded(Log2::untraced());
+    FailureGuard(position, none).callEnded(Log2::untraced());
     EXPECT_TRUE(log.records().empty());
 }
 
 TEST_F(FailureGuardTest, RecordsTheFileThatBecameKnownLater) {
-    {
-        FailureGuard guard(position);
-        guard.watch(path);
-    }
+    FailureGuard guard(position);
+    guard.watch(path);
+    guard.callEnded(Log2::untraced());
     EXPECT_EQ(log.count("File=C:\\a.flv"), 1U);
 }
 
 TEST_F(FailureGuardTest, HidesTheFileLikeEveryRecord) {
     settings.setHideFileName(1);
     const std::wstring missing = L"A";
-    { const FailureGuard guard(position, missing); }
+    FailureGuard(position, missing).callEnded(Log2::untraced());
     EXPECT_EQ(log.messages(), (std::vector<std::string>{"ResolveFile failed. ", "File=ffbe"}));
+}
+
+TEST_F(FailureGuardTest, SpeaksAfterTheFailureAndBeforeTheEndOfTheCall) {
+    FailureGuard guard(position, path);
+    const auto fail = [](const Pictaro::ComCall&) -> HRESULT { throw std::runtime_error("failure"); };
+    EXPECT_EQ(Pictaro::comCall({position, nullptr, "Method"}, {}, fail, &guard), E_FAIL);
+    EXPECT_EQ(log.messages(true),
+              (std::vector<std::string>{"ENTER: Method", "failure", "File=C:\\a.flv", "EXIT: Method"}));
 }
 
 } // namespace
