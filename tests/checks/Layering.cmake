@@ -1,0 +1,38 @@
+cmake_minimum_required(VERSION 3.21)
+# Fails when a file includes a header of a layer above its own, or when a tool includes anything of the module.
+# ROOT is the project's folder.
+set(layers util log config com flv streams source module)
+
+set(failures 0)
+set(checked 0)
+# check_folder(FOLDER LAYERS_VARIABLE): the files of FOLDER include the named layers only.
+macro(check_folder folder layers_variable)
+  file(GLOB files RELATIVE ${ROOT} ${ROOT}/${folder}/*.h ${ROOT}/${folder}/*.cpp)
+  foreach(file ${files})
+    math(EXPR checked "${checked} + 1")
+    file(STRINGS ${ROOT}/${file} includes REGEX "^#include \"[^\"/]+/")
+    foreach(include ${includes})
+      string(REGEX REPLACE "^#include \"([^\"/]+)/.*" "\\1" used "${include}")
+      if(NOT used IN_LIST ${layers_variable})
+        message("${file}: ${include}")
+        math(EXPR failures "${failures} + 1")
+      endif()
+    endforeach()
+  endforeach()
+endmacro()
+
+set(below)
+foreach(layer ${layers})
+  list(APPEND below ${layer})
+  check_folder(${layer} below)
+endforeach()
+set(below tools)
+check_folder(tools below)
+
+if(checked EQUAL 0)
+  message(FATAL_ERROR "No sources below ${ROOT}.")
+endif()
+if(failures)
+  message(FATAL_ERROR "${failures} includes of a higher layer. The layers, each above those before it: ${layers}")
+endif()
+message("${checked} files include their own and lower layers only.")

@@ -1,0 +1,96 @@
+#!/usr/bin/env bash
+# tests/media/make-media.sh FOLDER: makes real FLV files with ffmpeg, unless they stand. All show ffmpeg's moving test
+# picture, which has its time and frame number in the upper left corner, and sound a sine.
+#
+#   film.flv        H.264 with B-frames, 320 x 180, 25 pictures a second, a key frame every second; AAC, stereo; 6 s;
+#                   with an index of key frames
+#   noindex.flv     the same without the index
+#   slices.flv      the same with four slices a picture and the index
+#   mono.flv        the same as film.flv with AAC, mono, at 22050 Hz, 3 s
+#   mp3.flv         the same as film.flv with MP3, stereo, 3 s
+#   audio.flv       AAC, stereo, alone, 3 s
+#   video.flv       H.264 alone, with an index, 3 s
+#   oddsize.flv     322 x 182, no multiple of a macroblock, 2 s
+#   hd.flv          1920 x 1080, colours by BT.709, 1 s
+#   sparse.flv      160 x 90, a key frame every 15 seconds, 40 s, with the index
+#
+# Beside each NAME.flv stand what ffprobe and ffmpeg tell of it:
+#
+#   NAME.packets.csv   a row for every packet: codec_type,pts,dts,size,flags,data_hash (milliseconds, bytes, "K_" for a
+#                      key frame, "CRC32:" and the payload's CRC)
+#   NAME.json          the container, its streams and its packets with SHA-256 hashes
+#   NAME.frames.csv    the time (seconds) of every decoded picture, one a row; only where there is video
+#
+# and, for the comparison of pictures, NAME.SECONDS.bgra: the picture to be seen at that time, as rows of BGRA pixels.
+set -euo pipefail
+
+folder=$1
+mkdir -p "$folder"
+stamp=$folder/made
+self=$(sha256sum "${BASH_SOURCE[0]}")
+# Two presets may want the files at the same time.
+exec 9>"$folder/lock"
+flock 9
+[[ -e $stamp && $(<"$stamp") == "$self" ]] && exit 0
+
+for program in ffmpeg ffprobe; do
+    command -v "$program" >/dev/null || {
+        echo "$program was not found; the test films are made with it (package ffmpeg)." >&2
+        exit 1
+    }
+done
+
+h264=(-c:v libx264 -preset veryfast -pix_fmt yuv420p -bf 2 -g 25 -keyint_min 25 -sc_threshold 0)
+aac=(-c:a aac -b:a 96k)
+index=(-flvflags add_keyframe_index)
+
+# picture SIZE SECONDS / sound CHANNELS RATE SECONDS: the inputs.
+picture() { inputs+=(-f lavfi -i "testsrc2=size=$1:rate=25:duration=$2"); }
+sound() { inputs+=(-f lavfi -i "sine=frequency=440:sample_rate=$2:duration=$3,aformat=channel_layouts=$1"); }
+
+# make NAME OPTION...: NAME.flv of the inputs, and what is told of it.
+make() {
+    local name=$1 file=$folder/$1.flv
+    shift
+    ffmpeg -nostdin -v error -y "${inputs[@]}" "$@" -flags +bitexact -fflags +bitexact "$file"
+    inputs=()
+    ffprobe -v error -show_data_hash CRC32 -show_entries packet=codec_type,pts,dts,size,flags,data_hash \
+        -of csv=print_section=0 "$file" >"$folder/$name.packets.csv"
+    ffprobe -v error -show_data_hash SHA256 -show_format -show_streams -show_packets -of json "$file" \
+        >"$folder/$name.json"
+    if grep -q '^video' "$folder/$name.packets.csv"; then
+        ffprobe -v error -select_streams v -show_entries frame=pts_time -of csv=print_section=0 "$file" |
+            tr -d ',' | grep . >"$folder/$name.frames.csv"
+    fi
+}
+
+# reference NAME SECONDS MATRIX: the last picture at that time or before.
+reference() {
+    local number
+    number=$(awk -v time="$2" '$1 <= time { ++count } END { print count - 1 }' "$folder/$1.frames.csv")
+    ffmpeg -nostdin -v error -y -i "$folder/$1.flv" -an -frames:v 1 -f rawvideo \
+        -vf "select=eq(n\\,$number),scale=in_color_matrix=$3:in_range=tv:flags=accurate_rnd+neighbor,format=bgra" \
+        "$folder/$1.$2.bgra"
+}
+
+inputs=()
+picture 320x180 6 && sound stereo 44100 6 && make film "${h264[@]}" "${aac[@]}" "${index[@]}"
+picture 320x180 6 && sound stereo 44100 6 && make noindex "${h264[@]}" "${aac[@]}"
+picture 320x180 6 && sound stereo 44100 6 && make slices "${h264[@]}" -x264-params slices=4 "${aac[@]}" "${index[@]}"
+picture 320x180 3 && sound mono 22050 3 && make mono "${h264[@]}" "${aac[@]}" "${index[@]}"
+picture 320x180 3 && sound stereo 44100 3 && make mp3 "${h264[@]}" -c:a libmp3lame -b:a 128k "${index[@]}"
+sound stereo 44100 3 && make audio "${aac[@]}"
+picture 320x180 3 && make video "${h264[@]}" "${index[@]}"
+picture 322x182 2 && sound stereo 44100 2 && make oddsize "${h264[@]}" "${aac[@]}" "${index[@]}"
+picture 1920x1080 1 && sound stereo 44100 1 &&
+    make hd -vf scale=out_color_matrix=bt709 -colorspace bt709 "${h264[@]}" "${aac[@]}" "${index[@]}"
+picture 160x90 40 && sound stereo 44100 40 &&
+    make sparse "${h264[@]}" -g 375 -keyint_min 375 "${aac[@]}" "${index[@]}"
+
+reference film 2.000 bt601
+reference film 3.500 bt601
+reference oddsize 1.000 bt601
+reference hd 0.500 bt709
+reference video 1.500 bt601
+
+echo "$self" >"$stamp"
