@@ -1,7 +1,7 @@
 #include "source/FlvSourceImpl.h"
-#include "tests/source/ImportPatch.h"
 #include "tests/source/SourceTest.h"
 #include "tests/support/Faults.h"
+#include "tests/support/ImportPatch.h"
 #include "util/ApiErrorException.h"
 #include "util/ErrorException.h"
 #include "util/FatalException.h"

@@ -1,8 +1,8 @@
 #include "tests/source/MediaFoundationSeam.h"
 
 #include "streams/FlvStream.h"
-#include "tests/source/ImportPatch.h"
 #include "tests/support/Faults.h"
+#include "tests/support/ImportPatch.h"
 
 #include <mfapi.h>
 #include <mfidl.h>

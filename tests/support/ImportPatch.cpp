@@ -1,4 +1,4 @@
-#include "tests/source/ImportPatch.h"
+#include "tests/support/ImportPatch.h"
 
 #include <cstddef>
 #include <cstring>
