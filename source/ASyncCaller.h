@@ -61,10 +61,11 @@ template <class T>
 HRESULT AsyncCaller<T>::doCallAsync(IMFAsyncCallback* callback, IUnknown* state,
                                     Microsoft::WRL::ComPtr<IUnknown> argument) {
     const Log2::Logger trace = Log2::traceMember(here(), typeid(*this), "doCallAsync");
+    auto param = createParam<AsyncCallParam>(shareReference(callback), shareReference(state), std::move(argument));
     const std::lock_guard guard(queueing_);
-    const auto param =
-        createParam<AsyncCallParam>(shareReference(callback), shareReference(state), std::move(argument));
-    return MFPutWorkItem(MFASYNC_CALLBACK_QUEUE_MULTITHREADED, this, param.Get());
+    const HRESULT result = MFPutWorkItem(MFASYNC_CALLBACK_QUEUE_MULTITHREADED, this, param.Get());
+    param.Reset();
+    return result;
 }
 
 template <class T>

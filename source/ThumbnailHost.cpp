@@ -1,10 +1,11 @@
 #include "source/ThumbnailHost.h"
 
+#include "util/JYWin32.h"
+
 #include <windows.h>
 
 #include <algorithm>
 #include <array>
-#include <string>
 
 namespace JY::Pictaro::Fs {
 
@@ -17,19 +18,6 @@ bool equalIgnoringCase(std::wstring_view left, std::wstring_view right) {
                                 static_cast<int>(right.size()), TRUE) == CSTR_EQUAL;
 }
 
-std::wstring executablePath() {
-    constexpr std::size_t longestPath = 32768;
-    std::wstring path(MAX_PATH, L'\0');
-    for (;;) {
-        const DWORD length = GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size()));
-        if (length < path.size() || path.size() >= longestPath) {
-            path.resize(length);
-            return path;
-        }
-        path.resize(path.size() * 2);
-    }
-}
-
 } // namespace
 
 bool isThumbnailHost(std::wstring_view executablePath) {
@@ -38,7 +26,7 @@ bool isThumbnailHost(std::wstring_view executablePath) {
 }
 
 bool isInThumbnailHost() {
-    return isThumbnailHost(executablePath());
+    return isThumbnailHost(getModulePath(nullptr));
 }
 
 } // namespace JY::Pictaro::Fs
