@@ -1,5 +1,6 @@
 #include "source/FlvSourceImpl.h"
 #include "tests/source/SourceTest.h"
+#include "tests/source/VirtualTable.h"
 
 #include <mfapi.h>
 #include <mferror.h>
@@ -213,40 +214,22 @@ TEST_F(FlvSourceShutdownTest, IsFoundByAStartThatWasQueuedBefore) {
     EXPECT_EQ(source->getStateId(), SourceStateId::stopped);
 }
 
-/// A descriptor whose client shuts the source down while the source reads it.
-class InterruptingDescriptor {
-public:
-    InterruptingDescriptor(ComPtr<IMFPresentationDescriptor> inner, std::function<void()> interrupt)
-        : inner_(std::move(inner)) {
-        interrupt_ = std::move(interrupt);
-        constexpr std::size_t byIndexSlot = 34;
-        std::copy_n(*reinterpret_cast<void***>(inner_.Get()), std::size(table_), table_);
-        original_ = reinterpret_cast<GetByIndex>(table_[byIndexSlot]);
-        table_[byIndexSlot] = reinterpret_cast<void*>(&getByIndex);
-        *reinterpret_cast<void***>(inner_.Get()) = table_;
-    }
-    IMFPresentationDescriptor& get() { return *inner_.Get(); }
-
-private:
-    using GetByIndex = HRESULT(STDMETHODCALLTYPE*)(IMFPresentationDescriptor*, DWORD, BOOL*, IMFStreamDescriptor**);
-
-    static HRESULT STDMETHODCALLTYPE getByIndex(IMFPresentationDescriptor* self, DWORD index, BOOL* selected,
-                                                IMFStreamDescriptor** descriptor) {
-        if (index == 1) {
-            interrupt_();
-        }
-        return original_(self, index, selected, descriptor);
-    }
-
-    static inline std::function<void()> interrupt_;
-    static inline GetByIndex original_ = nullptr;
-    void* table_[38];
-    ComPtr<IMFPresentationDescriptor> inner_;
-};
-
 TEST_F(FlvSourceShutdownTest, IsFoundByAStartThatIsSelectingStreams) {
-    InterruptingDescriptor descriptor(describe(*source.Get()), [this] { EXPECT_EQ(source->Shutdown(), S_OK); });
-    EXPECT_EQ(source->Start(&descriptor.get(), nullptr, Position().get()), MF_E_SHUTDOWN);
+    using GetByIndex = HRESULT STDMETHODCALLTYPE(IMFPresentationDescriptor*, DWORD, BOOL*, IMFStreamDescriptor**);
+    static GetByIndex* original = nullptr;
+    static IMFMediaSource* interrupted = nullptr;
+    interrupted = source.Get();
+    VirtualTable table;
+    const Descriptor descriptor = describe(*source.Get());
+    GetByIndex* const interrupting = [](IMFPresentationDescriptor* self, DWORD index, BOOL* selected,
+                                        IMFStreamDescriptor** stream) -> HRESULT {
+        if (index == 1) {
+            EXPECT_EQ(interrupted->Shutdown(), S_OK);
+        }
+        return original(self, index, selected, stream);
+    };
+    original = table.replace(*descriptor.Get(), VirtualTable::getStreamDescriptorByIndex, interrupting);
+    EXPECT_EQ(source->Start(descriptor.Get(), nullptr, Position().get()), MF_E_SHUTDOWN);
 }
 
 // The source's end without a Shutdown.

@@ -1,5 +1,6 @@
 #include "source/FlvSourceImpl.h"
 #include "tests/source/SourceTest.h"
+#include "tests/source/VirtualTable.h"
 #include "tests/support/Faults.h"
 #include "tests/support/ImportPatch.h"
 #include "util/ApiErrorException.h"
@@ -569,34 +570,21 @@ TEST_F(FlvSourceTest, RefusesAStreamThatItDoesNotHave) {
     EXPECT_EQ(log.find("selectStream: (0xc00d36b3;").severity, Severity::error);
 }
 
-/// A descriptor that fails where it is told to.
-class FailingDescriptor {
-public:
-    enum class Method { getCount, getByIndex };
-
-    explicit FailingDescriptor(Method method) : inner_(makeDescriptor({1001, 1002})) {
-        constexpr std::size_t slotCount = 38;
-        constexpr std::size_t countSlot = 33;
-        std::copy_n(*reinterpret_cast<void***>(inner_.Get()), slotCount, table_);
-        table_[countSlot + static_cast<std::size_t>(method)] =
-            reinterpret_cast<void*>(+[](void*) -> HRESULT { return E_ACCESSDENIED; });
-        *reinterpret_cast<void***>(inner_.Get()) = table_;
-    }
-    IMFPresentationDescriptor& get() { return *inner_.Get(); }
-
-private:
-    void* table_[38];
-    ComPtr<IMFPresentationDescriptor> inner_;
-};
-
 TEST_F(FlvSourceTest, NamesTheCallThatASelectionFailsOn) {
     const Source source = open(media());
-    FailingDescriptor withoutCount(FailingDescriptor::Method::getCount);
-    EXPECT_EQ(start(*source.Get(), withoutCount.get(), Position()), E_ACCESSDENIED);
-    EXPECT_TRUE(log.contains("GetStreamDescriptorCount: (0x80070005;"));
-    FailingDescriptor withoutStreams(FailingDescriptor::Method::getByIndex);
-    EXPECT_EQ(start(*source.Get(), withoutStreams.get(), Position()), E_ACCESSDENIED);
-    EXPECT_TRUE(log.contains("GetStreamDescriptorByIndex: (0x80070005;"));
+    const struct {
+        std::size_t slot;
+        const char* record;
+    } cases[] = {{VirtualTable::getStreamDescriptorCount, "GetStreamDescriptorCount: (0x80070005;"},
+                 {VirtualTable::getStreamDescriptorByIndex, "GetStreamDescriptorByIndex: (0x80070005;"}};
+    for (const auto& [slot, record] : cases) {
+        VirtualTable table;
+        const Descriptor failing = describe(*source.Get());
+        table.replace(
+            *failing.Get(), slot, +[](IUnknown*) -> HRESULT { return E_ACCESSDENIED; });
+        EXPECT_EQ(start(*source.Get(), *failing.Get(), Position()), E_ACCESSDENIED);
+        EXPECT_TRUE(log.contains(record)) << record;
+    }
 }
 
 TEST_F(FlvSourceTest, HasReplacedItsSelectionWhenAStartIsRefused) {

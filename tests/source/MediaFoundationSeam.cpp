@@ -1,6 +1,7 @@
 #include "tests/source/MediaFoundationSeam.h"
 
 #include "streams/FlvStream.h"
+#include "tests/source/VirtualTable.h"
 #include "tests/support/Faults.h"
 #include "tests/support/ImportPatch.h"
 
@@ -8,7 +9,6 @@
 #include <mfidl.h>
 #include <wrl/client.h>
 
-#include <algorithm>
 #include <array>
 #include <map>
 #include <mutex>
@@ -47,24 +47,15 @@ HRESULT faultNow(MediaFoundationCall call) {
     return result == MediaFoundationFault::accessViolation ? readFrom(nullptr) : result;
 }
 
-/// Lets a method of one object fail by giving the object a table of its own, in which `slot` is replaced.
-template <MediaFoundationCall call, unsigned slot, class Object>
-void failSlot(Object& object) {
-    const HRESULT fault = faultNow(call);
-    if (SUCCEEDED(fault)) {
-        return;
+/// Lets a method of one object fail.
+template <MediaFoundationCall call, std::size_t slot>
+void failSlot(IUnknown& object) {
+    static VirtualTable table;
+    if (FAILED(faultNow(call))) {
+        table.replace(
+            object, slot, +[](IUnknown*) { return faultNow(call); });
     }
-    static constexpr std::size_t slotCount = 38; // of the largest interface here
-    static std::array<void*, slotCount> table;
-    void**& slots = *reinterpret_cast<void***>(&object);
-    std::copy_n(slots, slotCount, table.begin());
-    table[slot] = reinterpret_cast<void*>(+[](void*) { return faultNow(call); });
-    slots = table.data();
 }
-
-constexpr unsigned setUint64Slot = 22;    // of IMFAttributes
-constexpr unsigned selectStreamSlot = 35; // of IMFPresentationDescriptor
-constexpr unsigned cloneSlot = 37;        // of IMFPresentationDescriptor
 
 class EventRecord {
 public:
@@ -325,7 +316,7 @@ HRESULT STDAPICALLTYPE Seam::createMediaEvent(MediaEventType type, REFGUID exten
         return fault;
     }
     const HRESULT result = seam.createMediaEvent_.callOriginal(type, extendedType, status, value, event);
-    failSlot<MediaFoundationCall::setEventAttribute, setUint64Slot>(**event);
+    failSlot<MediaFoundationCall::setEventAttribute, VirtualTable::setUint64>(**event);
     return result;
 }
 
@@ -336,9 +327,9 @@ HRESULT STDAPICALLTYPE Seam::createPresentationDescriptor(DWORD count, IMFStream
         return fault;
     }
     const HRESULT outcome = seam.createPresentationDescriptor_.callOriginal(count, descriptors, result);
-    failSlot<MediaFoundationCall::setDescriptorAttribute, setUint64Slot>(**result);
-    failSlot<MediaFoundationCall::selectStream, selectStreamSlot>(**result);
-    failSlot<MediaFoundationCall::cloneDescriptor, cloneSlot>(**result);
+    failSlot<MediaFoundationCall::setDescriptorAttribute, VirtualTable::setUint64>(**result);
+    failSlot<MediaFoundationCall::selectStream, VirtualTable::selectStream>(**result);
+    failSlot<MediaFoundationCall::cloneDescriptor, VirtualTable::clone>(**result);
     return outcome;
 }
 

@@ -1,5 +1,6 @@
 #include "source/MfDeclarations.h"
 
+#include <cstring>
 #include <gtest/gtest.h>
 
 namespace {
@@ -43,7 +44,8 @@ TEST(IMFByteStreamHandler, HasItsDocumentedIdentifier) {
 TEST(IMFByteStreamHandler, HasItsMethodsInTheDocumentedOrder) {
     Handler handler;
     IMFByteStreamHandler* const object = &handler;
-    const auto* const slots = *reinterpret_cast<const HandlerSlots* const*>(object);
+    const HandlerSlots* slots = nullptr;
+    std::memcpy(&slots, object, sizeof slots);
     EXPECT_EQ(slots->beginCreateObject(object, nullptr, L"", 77, nullptr, nullptr, nullptr, nullptr), 77);
     MF_OBJECT_TYPE type = MF_OBJECT_INVALID;
     EXPECT_EQ(slots->endCreateObject(object, nullptr, &type, nullptr), 2);
