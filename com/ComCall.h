@@ -47,7 +47,7 @@ private:
 /// Has the last word in a call: told after its failure, if any, has been recorded, inside the trace scope.
 class ComCallObserver {
 public:
-    virtual void callEnded(const Log2::Logger& log) = 0;
+    virtual void callEnded(const Log2::Logger& log) noexcept = 0;
 
 protected:
     ~ComCallObserver() = default;

@@ -2,8 +2,8 @@
 
 #include "com/ComReference.h"
 #include "com/ModuleUsageCounter.h"
-#include "log/Core.h"
-#include "util/ClassName.h"
+#include "util/StructureException.h"
+#include "util/StructuredExceptionGuard.h"
 
 #include <unknwn.h>
 #include <windows.h>
@@ -15,6 +15,9 @@
 #include <utility>
 
 namespace JY::Pictaro {
+
+/// Records that the last reference to an object of this type has gone.
+void recordDestruction(const std::type_info& type) noexcept;
 
 /// Reference counting of every COM object of the module, and its place in the module's usage count. `I` is the COM
 /// interface; further bases may follow. An object starts with one reference; QueryInterface is the concrete class's.
@@ -31,9 +34,9 @@ public:
     ULONG STDMETHODCALLTYPE Release() override {
         const LONG count = InterlockedDecrement(reinterpret_cast<volatile LONG*>(&referenceCount_));
         if (count == 0) {
-            constexpr SourceFile here{"ComUnknownBase"};
-            Log2::untraced().trace(here()) << "Delete at Release. instance=" << className(typeid(*this));
-            delete this;
+            recordDestruction(typeid(*this));
+            const TranslatorScope translator(translateStructuredException);
+            callTranslated([this] { delete this; });
         }
         return static_cast<ULONG>(count);
     }

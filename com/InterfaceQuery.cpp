@@ -1,5 +1,7 @@
 #include "com/InterfaceQuery.h"
 
+#include "util/GuidCompare.h"
+
 #include <algorithm>
 
 namespace JY::Pictaro {
@@ -24,7 +26,7 @@ HRESULT answerQuery(const ComCall& call, SourcePosition position, IUnknown& unkn
                     std::initializer_list<KnownInterface> interfaces) {
     *result = nullptr;
     const auto* const found =
-        std::ranges::find_if(interfaces, [&](const KnownInterface& known) { return IsEqualIID(known.id, id) != 0; });
+        std::ranges::find_if(interfaces, [&](const KnownInterface& known) { return equalGuids(known.id, id); });
     if (found == interfaces.end()) {
         return refuse(call, position, id, nullptr);
     }

@@ -36,7 +36,7 @@ public:
 /// Installs the process-wide core (null for none) and releases the one before it after the exchange.
 void setCore(boost::shared_ptr<Core> core);
 
-/// Loggers from the process-wide core; while none is installed they discard everything and cost next to nothing.
+/// Loggers from the process-wide core; while none is installed they discard everything.
 Logger traceMember(SourcePosition position, const std::type_info& type, const char* function);
 Logger traceFunction(SourcePosition position, const char* function);
 Logger untraced();

@@ -8,6 +8,17 @@ namespace JY::Log2 {
 namespace {
 constexpr SourceFile here{"Core"};
 constexpr int liveLoggersLine = 34;
+
+/// Spares the other sinks, and the code that logs, the failure of one.
+template <class Body>
+void spared(const Body& body) noexcept {
+    try {
+        body();
+    } catch (...) {
+        // There is nowhere to tell of it.
+    }
+}
+
 } // namespace
 
 void CoreImpl::addSink(boost::shared_ptr<Sink> sink) {
@@ -26,14 +37,15 @@ void CoreImpl::shutdown(ShutdownMode mode) {
         reportLiveLoggers(count, mode);
     }
     for (const auto& sink : sinks_) {
-        sink->close();
+        spared([&] { sink->close(); });
     }
     sinks_.clear();
 }
 
 Logger CoreImpl::createLogger(SourcePosition position, const std::type_info& type, const char* function,
                               Severity severity) {
-    return Logger(countLogger(), position, bareClassName(type), function, severity);
+    const std::string_view name = bareClassName(type); // may fail, so before the logger is counted
+    return Logger(countLogger(), position, name, function, severity);
 }
 
 Logger CoreImpl::createLogger(SourcePosition position, const char* function, Severity severity) {
@@ -46,7 +58,7 @@ Logger CoreImpl::createLogger() {
 
 void CoreImpl::write(const Record& record) {
     for (const auto& sink : sinks_) {
-        sink->write(record);
+        spared([&] { sink->write(record); });
     }
 }
 

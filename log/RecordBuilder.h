@@ -6,11 +6,13 @@
 #include "util/TextBuffer.h"
 
 #include <concepts>
+#include <new>
 
 namespace JY::Log2 {
 
 /// Builds one record: values are streamed in, and on destruction the record is stamped with time and thread and sent.
-/// Without a core nothing is formatted. Never throws on sending: a record that cannot be written is dropped.
+/// A record that cannot be built or written for want of memory, or because a sink fails, is dropped; what reading a
+/// value throws (a bad pointer) passes.
 class RecordBuilder {
 public:
     RecordBuilder(InternalCoreInterface* core, SourcePosition position, Severity severity)
@@ -27,7 +29,7 @@ public:
         requires(!std::derived_from<T, Exception>)
     RecordBuilder& operator<<(const T& value) {
         if (core_ != nullptr) {
-            text_ << value;
+            append(value);
         }
         return *this;
     }
@@ -36,6 +38,15 @@ public:
     RecordBuilder& operator<<(const Exception& exception);
 
 private:
+    /// Without memory for its text the record is dropped: that must not fail the code that logs.
+    template <class T>
+    void append(const T& value) {
+        try {
+            text_ << value;
+        } catch (const std::bad_alloc&) {
+            core_ = nullptr;
+        }
+    }
     void send() noexcept;
 
     InternalCoreInterface* core_;

@@ -12,9 +12,13 @@ void setSnapshotWriter(SnapshotWriter writer) {
     snapshotWriter = writer;
 }
 
-void requestSnapshot() {
-    if (const SnapshotWriter writer = snapshotWriter) {
-        writer();
+void requestSnapshot() noexcept {
+    try {
+        if (const SnapshotWriter writer = snapshotWriter) {
+            writer();
+        }
+    } catch (...) {
+        // The records stay where they are; the failure that asked for them is being reported already.
     }
 }
 

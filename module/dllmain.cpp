@@ -46,6 +46,18 @@ void onProcessDetach() noexcept {
     }
 }
 
+/// Records the exception in flight. Nothing may reach the loader.
+void recordFailure() noexcept {
+    try {
+        throw;
+    } catch (const Exception& exception) {
+        Log2::untraced().error(here()) << exception;
+    } catch (...) {
+        Log2::untraced().fatal(here()) << "Unknown exception.";
+    }
+    Log2::requestSnapshot();
+}
+
 void dispatch(HMODULE module, DWORD reason) {
     switch (reason) {
     case DLL_PROCESS_DETACH:
@@ -67,12 +79,8 @@ void dispatch(HMODULE module, DWORD reason) {
 extern "C" BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID) {
     try {
         dispatch(module, reason);
-    } catch (const Exception& exception) {
-        Log2::untraced().error(here()) << exception;
-        Log2::requestSnapshot();
     } catch (...) {
-        Log2::untraced().fatal(here()) << "Unknown exception.";
-        Log2::requestSnapshot();
+        recordFailure();
     }
     return TRUE;
 }

@@ -38,7 +38,7 @@ public:
     }
 
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID riid, void** ppv) override {
-        return queryUnknownOnly(*this, riid, ppv);
+        return queryUnknownOnly(here(), *this, riid, ppv);
     }
     ULONG STDMETHODCALLTYPE AddRef() override { return owner_.AddRef(); }
     ULONG STDMETHODCALLTYPE Release() override { return owner_.Release(); }

@@ -1,6 +1,7 @@
 #include "source/ComParamBase.h"
 
 #include "com/ComCall.h"
+#include "util/GuidCompare.h"
 
 #include <typeinfo>
 
@@ -10,10 +11,10 @@ namespace {
 constexpr SourceFile here{"ComParamBase"};
 }
 
-HRESULT queryUnknownOnly(IUnknown& object, REFIID riid, void** ppv) {
-    return comCall({here(), &typeid(object), "QueryInterface"}, {{"ppv", ppv}}, [&](const ComCall&) -> HRESULT {
+HRESULT queryUnknownOnly(SourcePosition position, IUnknown& object, REFIID riid, void** ppv) {
+    return comCall({position, &typeid(object), "QueryInterface"}, {{"ppv", ppv}}, [&](const ComCall&) -> HRESULT {
         *ppv = nullptr;
-        if (!IsEqualIID(riid, IID_IUnknown)) {
+        if (!equalGuids(riid, IID_IUnknown)) {
             return E_NOINTERFACE;
         }
         *ppv = &object;
@@ -23,7 +24,7 @@ HRESULT queryUnknownOnly(IUnknown& object, REFIID riid, void** ppv) {
 }
 
 HRESULT STDMETHODCALLTYPE ComParamBase::QueryInterface(REFIID riid, void** ppv) {
-    return queryUnknownOnly(*this, riid, ppv);
+    return queryUnknownOnly(here(), *this, riid, ppv);
 }
 
 ULONG STDMETHODCALLTYPE ComParamBase::AddRef() {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "util/SourcePosition.h"
+
 #include <windows.h>
 #include <wrl/client.h>
 
@@ -9,7 +11,7 @@ namespace JY::Pictaro::Fs {
 
 /// Answers QueryInterface for an object that is IUnknown and nothing else: a reference is added for IID_IUnknown,
 /// every other interface gets E_NOINTERFACE.
-HRESULT queryUnknownOnly(IUnknown& object, REFIID riid, void** ppv);
+HRESULT queryUnknownOnly(SourcePosition position, IUnknown& object, REFIID riid, void** ppv);
 
 /// Base of the small objects that carry one asynchronous call's data. Not for two threads at once: the count is plain,
 /// so whoever queues such an object lets go of it before another thread takes it up. The count starts at 0; make

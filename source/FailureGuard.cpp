@@ -4,7 +4,7 @@
 
 namespace JY::Pictaro::Fs {
 
-void FailureGuard::callEnded(const Log2::Logger& log) {
+void FailureGuard::callEnded(const Log2::Logger& log) noexcept {
     if (path_ == nullptr || path_->empty()) {
         return;
     }

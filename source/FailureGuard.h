@@ -23,7 +23,7 @@ public:
     /// The operation has succeeded.
     void clear() { path_ = nullptr; }
 
-    void callEnded(const Log2::Logger& log) override;
+    void callEnded(const Log2::Logger& log) noexcept override;
 
 private:
     SourcePosition position_;

@@ -34,6 +34,13 @@ std::wstring pathFromUrl(LPCWSTR url) {
     return path;
 }
 
+void requireMediaSource(IUnknown* object) {
+    ComPtr<IMFMediaSource> source;
+    const HRESULT result =
+        object != nullptr ? object->QueryInterface(IID_PPV_ARGS(source.GetAddressOf())) : E_NOINTERFACE;
+    throwIfFailed(result, here(), "QueryInterface");
+}
+
 void requireFile(const std::wstring& path) {
     if (!PathFileExistsW(path.c_str())) {
         throw ErrorException(here(), "File not found.=") << LogFileName(path);
@@ -103,10 +110,9 @@ HRESULT FlvByteStreamHandlerImpl::EndCreateObject(IMFAsyncResult* pResult, MF_OB
                        *ppObject = nullptr;
                        ComPtr<IUnknown> unknown;
                        throwIfFailed(pResult->GetObject(unknown.GetAddressOf()), here(), "GetObject");
-                       ComPtr<IMFMediaSource> source;
-                       throwIfFailed(unknown.CopyTo(IID_PPV_ARGS(source.GetAddressOf())), here(), "QueryInterface");
-                       *ppObject = unknown.Detach();
+                       requireMediaSource(unknown.Get());
                        *pObjectType = MF_OBJECT_MEDIASOURCE;
+                       *ppObject = unknown.Detach();
                        return S_OK;
                    });
 }

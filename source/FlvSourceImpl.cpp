@@ -14,6 +14,7 @@
 #include "util/ApiErrorException.h"
 #include "util/ErrorException.h"
 #include "util/FatalException.h"
+#include "util/GuidCompare.h"
 
 #include <mfapi.h>
 #include <mferror.h>
@@ -57,8 +58,7 @@ ComPtr<FlvStream> createStream(Arguments&&... arguments) {
     return stream;
 }
 
-ComPtr<IMFPresentationDescriptor> createDescriptor(std::vector<ComPtr<IMFStreamDescriptor>>& descriptors,
-                                                   std::uint64_t duration) {
+ComPtr<IMFPresentationDescriptor> createDescriptor(std::vector<ComPtr<IMFStreamDescriptor>>& descriptors) {
     const auto count = static_cast<DWORD>(descriptors.size());
     std::vector<IMFStreamDescriptor*> pointers;
     for (const auto& descriptor : descriptors) {
@@ -67,10 +67,6 @@ ComPtr<IMFPresentationDescriptor> createDescriptor(std::vector<ComPtr<IMFStreamD
     ComPtr<IMFPresentationDescriptor> result;
     throwIfFailed(MFCreatePresentationDescriptor(count, pointers.data(), result.GetAddressOf()), here(),
                   "MFCreatePresentationDescriptor");
-    throwIfFailed(result->SetUINT64(MF_PD_DURATION, duration), here(), "SetUINT64(MF_PD_DURATION)");
-    for (DWORD index = 0; index < count; ++index) {
-        throwIfFailed(result->SelectStream(index), here(), "SelectStream");
-    }
     return result;
 }
 
@@ -191,6 +187,7 @@ HRESULT FlvSourceImpl::QueryInterface(REFIID riid, void** ppvObject) {
 /// Waits without the lock, so that the source goes on meanwhile.
 HRESULT FlvSourceImpl::GetEvent(DWORD dwFlags, IMFMediaEvent** ppEvent) {
     return guardedCall(here(), "GetEvent", {{"ppEvent", ppEvent}}, [&](const ComCall&) {
+        *ppEvent = nullptr; // a bad pointer must not fault inside the queue, which would stay locked
         ComPtr<IMFMediaEventQueue> queue;
         {
             const std::lock_guard guard(*lock_);
@@ -203,17 +200,22 @@ HRESULT FlvSourceImpl::GetEvent(DWORD dwFlags, IMFMediaEvent** ppEvent) {
 
 HRESULT FlvSourceImpl::BeginGetEvent(IMFAsyncCallback* pCallback, IUnknown* punkState) {
     return guardedCall(here(), "BeginGetEvent", {{"pCallback", pCallback}}, [&](const ComCall&) {
+        // A client's bad pointer must not fault inside the queue, which would stay locked.
+        const auto callback = shareReference(pCallback);
+        const auto state = shareReference(punkState);
         const std::lock_guard guard(*lock_);
         checkShutdown();
-        return eventQueue_->BeginGetEvent(pCallback, punkState);
+        return eventQueue_->BeginGetEvent(callback.Get(), state.Get());
     });
 }
 
 HRESULT FlvSourceImpl::EndGetEvent(IMFAsyncResult* pResult, IMFMediaEvent** ppEvent) {
     return guardedCall(here(), "EndGetEvent", {{"pResult", pResult}, {"ppEvent", ppEvent}}, [&](const ComCall&) {
+        *ppEvent = nullptr;
+        const auto result = shareReference(pResult);
         const std::lock_guard guard(*lock_);
         checkShutdown();
-        return eventQueue_->EndGetEvent(pResult, ppEvent);
+        return eventQueue_->EndGetEvent(result.Get(), ppEvent);
     });
 }
 
@@ -262,7 +264,12 @@ void FlvSourceImpl::initializeDefaultPresentationDescriptor() {
                       "GetStreamDescriptor");
         selection.push_back(stream);
     }
-    presentationDescriptor_ = createDescriptor(descriptors, duration());
+    auto descriptor = createDescriptor(descriptors);
+    throwIfFailed(descriptor->SetUINT64(MF_PD_DURATION, duration()), here(), "SetUINT64(MF_PD_DURATION)");
+    for (std::size_t index = 0; index < descriptors.size(); ++index) {
+        throwIfFailed(descriptor->SelectStream(static_cast<DWORD>(index)), here(), "SelectStream");
+    }
+    presentationDescriptor_ = std::move(descriptor);
     selectedStreams_.swap(selection);
 }
 
@@ -282,7 +289,7 @@ HRESULT FlvSourceImpl::Start(IMFPresentationDescriptor* pPresentationDescriptor,
                        {{"pPresentationDescriptor", pPresentationDescriptor}, {"pvarStartPosition", pvarStartPosition}},
                        [&](const ComCall& call) {
                            checkShutdown();
-                           if (pguidTimeFormat != nullptr && *pguidTimeFormat != GUID_NULL) {
+                           if (pguidTimeFormat != nullptr && !equalGuids(*pguidTimeFormat, GUID_NULL)) {
                                throw ErrorException(here(), "Unsuppored time format.");
                            }
                            selectStreams(*pPresentationDescriptor, call.log());
@@ -305,7 +312,7 @@ void FlvSourceImpl::selectStreams(IMFPresentationDescriptor& descriptor, const L
         throw ApiErrorException(here(), "noSelectedStream",
                                 static_cast<std::uint32_t>(MF_E_UNSUPPORTED_REPRESENTATION));
     }
-    if (count == 1 && !isSingleStreamAllowed()) {
+    if (!isSingleStreamAllowed() && count == 1) {
         throw ApiErrorException(here(), "selectStream", static_cast<std::uint32_t>(MF_E_UNSUPPORTED_REPRESENTATION));
     }
 }
@@ -353,7 +360,7 @@ void FlvSourceImpl::exchangeSelection(StreamList selection) {
 /// Clients other than the product's own are not to leave out one of a file's two streams unless the configuration
 /// allows it.
 bool FlvSourceImpl::isSingleStreamAllowed() const {
-    return !hasAudioAndVideo_ || isInThumbnailHost() || getFlvSourceUInt(L"EnableSingleStream", 0) != 0;
+    return getFlvSourceUInt(L"EnableSingleStream", 0) != 0 || isInThumbnailHost() || !hasAudioAndVideo_;
 }
 
 HRESULT FlvSourceImpl::doStartAction(IUnknown* argument, IUnknown**) {
@@ -393,10 +400,11 @@ HRESULT FlvSourceImpl::Shutdown() {
         selectedStreams_.clear();
         streams_.clear();
         presentationDescriptor_.Reset();
-        eventQueue_->Shutdown();
-        eventQueue_.Reset();
         parser_.reset();
         metaData_.reset();
+        // Last, because it lets go of what the client has queued: a fault there must leave nothing open.
+        const auto queue = std::move(eventQueue_);
+        queue->Shutdown();
         return S_OK;
     });
 }

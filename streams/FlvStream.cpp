@@ -48,6 +48,7 @@ HRESULT FlvStream::QueryInterface(REFIID riid, void** ppvObject) {
 // Waits for the event outside the lock, so that the source and its streams go on meanwhile.
 HRESULT FlvStream::GetEvent(DWORD dwFlags, IMFMediaEvent** ppEvent) {
     return comCall({here(), &typeid(*this), "GetEvent"}, {{"ppEvent", ppEvent}}, [&](const ComCall&) {
+        *ppEvent = nullptr; // a bad pointer must not fault inside the queue, which would stay locked
         ComPtr<IMFMediaEventQueue> queue;
         {
             const std::lock_guard guard(*lock_);
@@ -61,18 +62,23 @@ HRESULT FlvStream::GetEvent(DWORD dwFlags, IMFMediaEvent** ppEvent) {
 
 HRESULT FlvStream::BeginGetEvent(IMFAsyncCallback* pCallback, IUnknown* punkState) {
     return comCall({here(), &typeid(*this), "BeginGetEvent"}, {{"pCallback", pCallback}}, [&](const ComCall&) {
+        // A client's bad pointer must not fault inside the queue, which would stay locked.
+        const auto callback = shareReference(pCallback);
+        const auto state = shareReference(punkState);
         const std::lock_guard guard(*lock_);
         checkShutdown();
-        return eventQueue_->BeginGetEvent(pCallback, punkState);
+        return eventQueue_->BeginGetEvent(callback.Get(), state.Get());
     });
 }
 
 HRESULT FlvStream::EndGetEvent(IMFAsyncResult* pResult, IMFMediaEvent** ppEvent) {
     return comCall({here(), &typeid(*this), "EndGetEvent"}, {{"pResult", pResult}, {"ppEvent", ppEvent}},
                    [&](const ComCall&) {
+                       *ppEvent = nullptr;
+                       const auto result = shareReference(pResult);
                        const std::lock_guard guard(*lock_);
                        checkShutdown();
-                       return eventQueue_->EndGetEvent(pResult, ppEvent);
+                       return eventQueue_->EndGetEvent(result.Get(), ppEvent);
                    });
 }
 
@@ -113,6 +119,7 @@ HRESULT FlvStream::GetStreamDescriptor(IMFStreamDescriptor** ppStreamDescriptor)
 HRESULT FlvStream::RequestSample(IUnknown* pToken) {
     return comCall({here(), &typeid(*this), "RequestSample"}, [&](const ComCall& call) {
         call.log().info(here()) << "pToken=" << (pToken != nullptr ? "NotNull" : "null");
+        const auto token = shareReference(pToken); // a bad one must not fault inside the sample
         const std::lock_guard guard(*lock_);
         if (source().getStateId() == SourceStateId::paused) {
             return S_OK;
@@ -121,7 +128,7 @@ HRESULT FlvStream::RequestSample(IUnknown* pToken) {
             announceEndOfFile();
             return MF_E_END_OF_STREAM;
         }
-        sendNextSample(pToken);
+        sendNextSample(token.Get());
         return S_OK;
     });
 }
@@ -187,10 +194,14 @@ void FlvStream::queueSample(ComPtr<IMFSample> sample) {
 void FlvStream::detachFromSource() noexcept {
     const std::lock_guard guard(*lock_);
     shutdown();
-    eventQueue_->Shutdown();
     source_ = nullptr;
     parser_ = nullptr;
     purgeSamples();
+    try {
+        eventQueue_->Shutdown();
+    } catch (...) {
+        // An object that the client left in the queue faulted when it was let go; the stream itself is cut loose.
+    }
 }
 
 HRESULT FlvStream::queueEvent(MediaEventType type) {

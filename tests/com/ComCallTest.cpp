@@ -128,7 +128,7 @@ TEST_F(ComCallTest, TurnsAnythingElseIntoEFail) {
 TEST_F(ComCallTest, LetsItsObserverSpeakBetweenTheFailureAndTheEndOfTheScope) {
     class Observer final : public ComCallObserver {
     public:
-        void callEnded(const Log2::Logger& logger) override { logger.notice(here()) << "observed"; }
+        void callEnded(const Log2::Logger& logger) noexcept override { logger.notice(here()) << "observed"; }
     } observer;
     const auto fail = [](const ComCall&) -> HRESULT { throw std::runtime_error("failure"); };
     EXPECT_EQ(comCall({here(), nullptr, "Method"}, {}, fail, &observer), E_FAIL);
