@@ -7,8 +7,10 @@
 
 #include <algorithm>
 #include <bit>
+#include <iterator>
 #include <optional>
 #include <utility>
+#include <vector>
 
 namespace JY::Pictaro::Fs {
 
@@ -31,9 +33,6 @@ enum Marker : std::uint8_t {
 
 constexpr std::int64_t ecmaArrayCountSize = 4;
 
-/// An array's count is only believed as far as its elements have come; more room than this is made as they come.
-constexpr std::int64_t maxElementsReserved = 4096;
-
 constexpr const char* parseError = "Script parse error.";
 
 template <class Number>
@@ -55,6 +54,18 @@ double requireDouble(Stream& stream, SourcePosition position) {
 
 bool isEndMarker(const MetaDatum& value) {
     return boost::get<EndMarker>(&value) != nullptr;
+}
+
+/// Adds an element to an array whose count is not to be believed: room is made as elements come. The elements in place
+/// are moved there; the vector itself would copy all that they hold.
+void append(std::vector<MetaDatum>& elements, MetaDatum value) {
+    if (elements.size() == elements.capacity()) {
+        std::vector<MetaDatum> larger;
+        larger.reserve(std::max<std::size_t>(1, 2 * elements.size()));
+        std::ranges::move(elements, std::back_inserter(larger));
+        elements.swap(larger);
+    }
+    elements.push_back(std::move(value));
 }
 
 } // namespace
@@ -152,11 +163,9 @@ MetaDatum Amf0Reader::readStrictArray() {
     if (count < 1) {
         return value;
     }
-    const std::int64_t bytesLeft = std::max<std::int64_t>(stream_.remaining(), 0); // an element has one at least
-    value.elements.reserve(static_cast<std::size_t>(std::min({std::int64_t{count}, bytesLeft, maxElementsReserved})));
     for (std::int32_t index = 0; index < count; ++index) {
         logMember("StrictArray[", std::to_string(index));
-        value.elements.push_back(readValue());
+        append(value.elements, readValue());
     }
     return value;
 }

@@ -2,6 +2,7 @@
 
 #include "flv/FlvMetaData.h"
 #include "log/Core.h"
+#include "tests/support/Allocations.h"
 #include "tests/support/Amf0.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/MemoryStream.h"
@@ -11,6 +12,7 @@
 #include <algorithm>
 #include <gtest/gtest.h>
 #include <limits>
+#include <numeric>
 #include <string>
 #include <utility>
 #include <vector>
@@ -19,6 +21,7 @@ namespace {
 
 using namespace JY::Pictaro::Fs;
 using JY::ErrorException;
+using JY::Test::allocationsOf;
 using JY::Test::bigEndian;
 using JY::Test::Bytes;
 using JY::Test::characters;
@@ -68,6 +71,17 @@ std::string thrownByFile(const Bytes& bytes) {
     MemoryStream stream(bytes);
     stream.setLimit(1000);
     return thrown<ErrorException>([&] { readValue(stream); });
+}
+
+/// What a bad tag takes that lies in front of a large file.
+std::uint64_t bytesTakenByBadTag(const Bytes& tag) {
+    MemoryStream stream(join({tag, Bytes(1000000, 0)}));
+    stream.setLimit(static_cast<std::int64_t>(tag.size()));
+    std::string outcome;
+    const std::uint64_t bytes =
+        allocationsOf([&] { outcome = thrown<ErrorException>([&] { readValue(stream); }); }).bytes;
+    EXPECT_EQ(outcome, parseErrorAt(183));
+    return bytes;
 }
 
 Strings recordsOf(const Bytes& bytes) {
@@ -262,17 +276,48 @@ TEST(Amf0Reader, StrictArrayThatLiesAboutItsCountIsAParseError) {
     }
 }
 
-TEST(Amf0Reader, StrictArrayMayHoldMoreElementsThanRoomIsMadeForAtOnce) {
-    const auto array = decodeAs<MetaStrictArray>(Amf0::strictArray(std::vector<Bytes>(5000, Amf0::null())));
-    EXPECT_EQ(array.elements.size(), 5000U);
+TEST(Amf0Reader, StrictArrayThatLiesAboutItsCountTakesNoMemory) {
+    const auto file = [](std::uint32_t count) { return Amf0::strictArray({Amf0::null(), Amf0::null()}, count); };
+    const std::uint64_t bytes = bytesTakenByBadTag(file(3));
+    for (const std::uint32_t count : {4U, 1000U, 1000000U, 0x7FFFFFFFU}) {
+        EXPECT_EQ(bytesTakenByBadTag(file(count)), bytes) << count;
+    }
 }
 
-TEST(Amf0Reader, ManyLyingArraysInsideEachOtherTakeLittleMemory) {
-    Bytes bytes;
-    for (unsigned level = 0; level < Amf0Reader::maxDepth; ++level) {
-        bytes = join({bytes, {strictArrayMarker}, bigEndian(0x7FFFFFFF, 4)});
+TEST(Amf0Reader, LyingArraysInsideEachOtherTakeNoMemory) {
+    const auto file = [](std::uint32_t count) {
+        const Bytes opening = join({{strictArrayMarker}, bigEndian(count, 4)});
+        Bytes bytes;
+        for (unsigned level = 0; level < Amf0Reader::maxDepth - 1; ++level) {
+            bytes = join({bytes, opening});
+        }
+        return bytes;
+    };
+    const std::uint64_t bytes = bytesTakenByBadTag(file(1));
+    for (const std::uint32_t count : {2U, 1000U, 1000000U, 0x7FFFFFFFU}) {
+        EXPECT_EQ(bytesTakenByBadTag(file(count)), bytes) << count;
     }
-    EXPECT_EQ(thrownBy(join({bytes, Bytes(1000000, 0xFF)})).substr(0, 19), "Script parse error.");
+}
+
+TEST(Amf0Reader, StrictArrayGrowsWithoutCopyingItsElements) {
+    constexpr std::size_t arrays = 100;
+    constexpr std::size_t strings = 20;
+    constexpr std::size_t length = 400; // more would not fit into a record without memory of its own
+    const Bytes array = Amf0::strictArray(std::vector<Bytes>(strings, Amf0::string(std::string(length, 'x'))));
+    MemoryStream stream(Amf0::strictArray(std::vector<Bytes>(arrays, array)));
+    const JY::Test::Allocations taken = allocationsOf([&] { readValue(stream); });
+    EXPECT_GE(taken.bytes, arrays * strings * length);
+    EXPECT_LE(taken.bytes, arrays * strings * length * 2);
+}
+
+TEST(Amf0Reader, StrictArrayHoldsManyElementsInOrder) {
+    std::vector<double> numbers(5000);
+    std::iota(numbers.begin(), numbers.end(), 0.0);
+    const auto array = decodeAs<MetaStrictArray>(Amf0::numbers(numbers));
+    ASSERT_EQ(array.elements.size(), numbers.size());
+    for (std::size_t index = 0; index < numbers.size(); ++index) {
+        ASSERT_EQ(boost::get<long double>(array.elements[index]), static_cast<long double>(index));
+    }
 }
 
 TEST(Amf0Reader, DateIsMillisecondsAndOffset) {

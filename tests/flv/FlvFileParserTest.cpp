@@ -1,9 +1,11 @@
 #include "flv/FlvFileParserImpl.h"
 #include "tests/flv/RecordingHandler.h"
+#include "tests/support/Allocations.h"
 #include "tests/support/FlvBuilder.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/TempFile.h"
 #include "tests/support/Thrown.h"
+#include "tests/support/TimeLimit.h"
 #include "util/ApiErrorException.h"
 #include "util/ErrorException.h"
 #include "util/FatalException.h"
@@ -11,8 +13,10 @@
 #include "util/String.h"
 
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <gtest/gtest.h>
+#include <memory>
 #include <stdexcept>
 #include <thread>
 
@@ -28,6 +32,7 @@ using JY::Test::firstBytes;
 using JY::Test::FlvBuilder;
 using JY::Test::LogCapture;
 using JY::Test::RecordingHandler;
+using JY::Test::returnsInTime;
 using JY::Test::TempFile;
 using JY::Test::thrown;
 using JY::Test::VideoHandler;
@@ -324,14 +329,63 @@ TEST(FlvFileParser, FailedTagDoesNotCountAsRead) {
 }
 
 TEST(FlvFileParser, LockIsFreeAfterAnException) {
-    OnFile file(FlvBuilder().mp3(10, {1}));
+    const auto file = std::make_shared<OnFile>(FlvBuilder().mp3(10, {1}));
     AudioHandler audio;
     audio.onHandle = [](JY::Stream&) { throw ErrorException(here(), "No good."); };
-    file.parser.addHandler(audio);
-    EXPECT_THROW(file.parser.readOneTag(), ErrorException);
-    std::thread([&] { file.parser.clearHandler(); }).join(); // does not return while another thread has the lock
-    file.parser.setFilePosition(9);
-    EXPECT_FALSE(file.parser.readOneTag());
+    file->parser.addHandler(audio);
+    EXPECT_THROW(file->parser.readOneTag(), ErrorException);
+    ASSERT_TRUE(returnsInTime([file] { file->parser.clearHandler(); }));
+    file->parser.setFilePosition(9);
+    EXPECT_FALSE(file->parser.readOneTag());
+}
+
+TEST(FlvFileParser, PositionAndHeaderCanBeAskedWhileATagIsBeingRead) {
+    struct Answers {
+        TimePosition position;
+        bool hasAudio = false;
+        bool hasVideo = true;
+    };
+    const auto file = std::make_shared<OnFile>(FlvBuilder(FlvBuilder::audio).mp3(10, {1}).mp3(20, {2}));
+    const auto answers = std::make_shared<Answers>();
+    AudioHandler audio;
+    bool answered = false;
+    file->parser.addHandler(audio);
+    file->parser.readOneTag();
+    audio.onHandle = [&](JY::Stream&) {
+        answered = returnsInTime([file, answers] {
+            *answers = {file->parser.getPosition(), file->parser.hasAudio(), file->parser.hasVideo()};
+        });
+    };
+    file->parser.readOneTag();
+    ASSERT_TRUE(answered);
+    EXPECT_EQ(answers->position, TimePosition(10000));
+    EXPECT_TRUE(answers->hasAudio);
+    EXPECT_FALSE(answers->hasVideo);
+    EXPECT_EQ(file->parser.getPosition(), TimePosition(20000));
+}
+
+TEST(FlvFileParser, ReadingATagTakesNoMemory) {
+    class Taker final : public FlvTagHandler {
+    public:
+        bool handleTag(JY::Stream& stream, const FlvTag&) override { return stream.read(first.data(), 2) == 2; }
+        bool isRandomAccessPoint(JY::Stream&, const FlvTag&) override { return true; }
+        std::array<std::uint8_t, 2> first{};
+    };
+    FlvBuilder builder;
+    for (std::uint8_t tag = 0; tag < 40; ++tag) {
+        builder.mp3(tag, {tag, 2, 3});
+    }
+    OnFile file(builder);
+    Taker taker;
+    file.parser.addHandler(taker);
+    file.parser.readOneTag(); // looks the class names up
+    const auto taken = JY::Test::allocationsOf([&] {
+        for (int tag = 1; tag < 40; ++tag) {
+            file.parser.readOneTag();
+        }
+    });
+    EXPECT_EQ(taken.count, 0U);
+    EXPECT_EQ(taker.first[1], 39);
 }
 
 TEST(FlvFileParser, TagsReadByTwoThreadsAreReadOneAfterTheOther) {

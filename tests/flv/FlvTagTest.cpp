@@ -49,6 +49,16 @@ TEST(FlvTag, HoldsTheFieldsOfTheRecord) {
     EXPECT_EQ(tag.getTimestamp(), 0xF10203U);
 }
 
+TEST(FlvTag, StreamIdIsNotExamined) {
+    MemoryStream stream(Bytes{0, 0, 0, 0, 9, 0, 0, 0, 0, 0, 40, 0, 0xFF, 0xFE, 0xFD});
+    FlvTag tag(stream);
+    tag.read();
+    EXPECT_EQ(tag.getTagType(), 9);
+    EXPECT_EQ(tag.getDataSize(), 0U);
+    EXPECT_EQ(tag.getTimestamp(), 40U);
+    EXPECT_EQ(stream.tell(), 15);
+}
+
 TEST(FlvTag, ExtensionIsTheMostSignificantByteOfTheTime) {
     FlvBuilder builder;
     builder.tag(9, 0x01000000, {}).tag(9, 0xFFFEFDFC, {});
