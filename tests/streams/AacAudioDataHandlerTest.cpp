@@ -1,10 +1,13 @@
 #include "streams/AacAudioDataHandler.h"
 
+#include "tests/streams/MediaFoundationCalls.h"
 #include "tests/streams/StreamTest.h"
+#include "util/ApiErrorException.h"
 #include "util/ErrorException.h"
 #include "util/FatalException.h"
 
 #include <algorithm>
+#include <iterator>
 #include <wmcodecdsp.h>
 
 namespace {
@@ -101,6 +104,33 @@ TEST_F(AacAudioDataHandlerTest, RecordsEachAttributeInOrder) {
         EXPECT_EQ(record.file, "AacAudioDataHandler");
         const bool isTrace = record.message.starts_with("ENTER: ") || record.message.starts_with("EXIT: ");
         EXPECT_EQ(record.severity, isTrace ? Severity::trace : Severity::info) << record.message;
+    }
+}
+
+TEST_F(AacAudioDataHandlerTest, NamesTheMediaTypeThatCannotBeMade) {
+    const MediaFoundationFault fault(MediaFoundationCall::createMediaType, E_UNEXPECTED);
+    EXPECT_EQ(thrownIn<ApiErrorException>([&] { handle(FlvBuilder().aacSequenceHeader(0)); }),
+              "MFCreateMediaType: (0x8000ffff) @AacAudioDataHandler");
+    EXPECT_TRUE(stream->descriptors.empty());
+}
+
+TEST_F(AacAudioDataHandlerTest, NamesTheAttributeThatCannotBeSet) {
+    const char* const names[] = {"SetGUID(MF_MT_MAJORT_TYPE)",
+                                 "SetGUID(MF_MT_SUBTYPE)",
+                                 "SetUINT32(MF_MF_AAC_AUDIO_PROFILE_LEVEL_INDICATION)",
+                                 "SetUINT32(MF_MT_AAC_PAYLOAD_TYPE)",
+                                 "SetUINT32(MF_MT_AUDIO_BITS_PER_SAMPLE)",
+                                 "SetUINT32(MF_MT_AUDIO_CHANNEL_MASK)",
+                                 "SetUINT32(MF_MT_AUDIO_NUM_CHANNELS)",
+                                 "SetUINT32(MF_MT_AUDIO_SAMPLES_PER_SECOND)",
+                                 "SetBlob(MF_MT_USER_DATA)"};
+    for (unsigned row = 0; row < std::size(names); ++row) {
+        log.clear();
+        const MediaFoundationFault fault(MediaFoundationCall::setAttribute, E_UNEXPECTED, row);
+        EXPECT_EQ(thrownIn<ApiErrorException>([&] { handle(FlvBuilder().aacSequenceHeader(0)); }),
+                  std::string(names[row]) + ": (0x8000ffff) @AacAudioDataHandler");
+        EXPECT_EQ(log.messages().size(), row) << "one for each attribute that has been set";
+        EXPECT_TRUE(stream->descriptors.empty());
     }
 }
 

@@ -1,25 +1,5 @@
 #include "tests/streams/StreamTest.h"
-
-#include <atomic>
-#include <new>
-
-namespace {
-std::atomic<long> allocations{0};
-}
-
-void* operator new(std::size_t size) {
-    ++allocations;
-    if (void* const memory = HeapAlloc(GetProcessHeap(), 0, size)) {
-        return memory;
-    }
-    throw std::bad_alloc();
-}
-void operator delete(void* memory) noexcept {
-    HeapFree(GetProcessHeap(), 0, memory);
-}
-void operator delete(void* memory, std::size_t) noexcept {
-    HeapFree(GetProcessHeap(), 0, memory);
-}
+#include "tests/support/Allocations.h"
 
 namespace {
 
@@ -27,51 +7,80 @@ using namespace JY;
 using namespace JY::Test;
 using namespace JY::Pictaro::Fs;
 
-/// How many allocations of the module 50 requests take, Media Foundation's own not counted.
-template <class Request>
-long allocationsOf(const Request& request) {
-    request(); // the first one looks class names up
-    const long before = allocations;
-    for (int count = 0; count < 50; ++count) {
-        request();
-    }
-    return allocations - before;
-}
+/// A sink at its first threshold, "warn", as a module that runs without trouble has them.
+class CountingSink final : public Log2::SinkBase {
+public:
+    void flush() override {}
+    void close() override {}
 
+    unsigned written = 0;
+
+protected:
+    void doWrite(const Log2::Record&) override { ++written; }
+};
+
+/// Memory of the module alone: Media Foundation's own is not counted.
 class AllocationTest : public StreamTest {
 protected:
     /// Records kept for a test would count.
     AllocationTest() { Log2::setCore(nullptr); }
 
+    /// How many allocations 50 requests take.
     template <class S>
-    long allocationsOfRequests(const FlvBuilder& file) {
+    std::uint64_t allocationsOfRequests(const FlvBuilder& file) {
         const ComPtr<S> stream = createStream<S>();
+        const auto request = [&] { EXPECT_EQ(stream->RequestSample(nullptr), S_OK); };
         parser.addHandler(*stream.Get());
         parser.open(file.build());
-        const long result = allocationsOf([&] { EXPECT_EQ(stream->RequestSample(nullptr), S_OK); });
+        request(); // the first one looks class names up
+        const Allocations taken = allocationsOf([&] {
+            for (int count = 0; count < 50; ++count) {
+                request();
+            }
+        });
         parser.clearHandler();
-        return result;
+        return taken.count;
+    }
+
+    static FlvBuilder audioFile() {
+        FlvBuilder file;
+        for (std::uint32_t frame = 0; frame < 60; ++frame) {
+            file.aacRaw(23 * frame, Bytes(400, 0x21));
+        }
+        return file;
+    }
+    static FlvBuilder videoFile() {
+        FlvBuilder file;
+        file.avcSequenceHeader(0);
+        for (std::uint32_t frame = 0; frame < 60; ++frame) {
+            file.avcNalus(40 * frame, FlvBuilder::key, {Bytes(4000, 0x65)});
+        }
+        return file;
     }
 
     /// What the queue of samples takes when it begins another block.
-    static constexpr long ofTheQueue = 1;
+    static constexpr std::uint64_t ofTheQueue = 1;
 };
 
 TEST_F(AllocationTest, AudioSamplesTakeNoMemoryOfTheirOwn) {
-    FlvBuilder file;
-    for (std::uint32_t frame = 0; frame < 60; ++frame) {
-        file.aacRaw(23 * frame, Bytes(400, 0x21));
-    }
-    EXPECT_LE(allocationsOfRequests<FlvAudioStream>(file), ofTheQueue);
+    EXPECT_LE(allocationsOfRequests<FlvAudioStream>(audioFile()), ofTheQueue);
 }
 
 TEST_F(AllocationTest, VideoSamplesTakeNoMemoryOfTheirOwn) {
-    FlvBuilder file;
-    file.avcSequenceHeader(0);
-    for (std::uint32_t frame = 0; frame < 60; ++frame) {
-        file.avcNalus(40 * frame, FlvBuilder::key, {Bytes(4000, 0x65)});
-    }
-    EXPECT_LE(allocationsOfRequests<FlvVideoStream>(file), ofTheQueue);
+    EXPECT_LE(allocationsOfRequests<FlvVideoStream>(videoFile()), ofTheQueue);
+}
+
+TEST_F(AllocationTest, SamplesTakeNoMemoryWhileTheirRecordsAreDropped) {
+    const auto sink = boost::make_shared<CountingSink>();
+    const auto core = boost::make_shared<Log2::CoreImpl>();
+    core->addSink(sink);
+    Log2::setCore(core);
+    EXPECT_LE(allocationsOfRequests<FlvAudioStream>(audioFile()), ofTheQueue);
+    EXPECT_LE(allocationsOfRequests<FlvVideoStream>(videoFile()), ofTheQueue);
+    EXPECT_EQ(sink->written, 0U);
+    Log2::untraced().warn({"AllocationTest", 1}) << "The sink is in use.";
+    EXPECT_EQ(sink->written, 1U);
+    Log2::setCore(nullptr);
 }
 
 } // namespace

@@ -1,9 +1,12 @@
 #include "streams/AvcVideoDataHandler.h"
 
+#include "tests/streams/MediaFoundationCalls.h"
 #include "tests/streams/StreamTest.h"
+#include "util/ApiErrorException.h"
 #include "util/ErrorException.h"
 #include "util/FatalException.h"
 
+#include <iterator>
 #include <limits>
 
 namespace {
@@ -94,6 +97,26 @@ TEST_F(AvcVideoDataHandlerTest, RecordsTheConfigurationAndTheMediaTypeInOrder) {
         EXPECT_EQ(record.file, "AvcVideoDataHandler");
         const bool isTrace = record.message.starts_with("ENTER: ") || record.message.starts_with("EXIT: ");
         EXPECT_EQ(record.severity, isTrace ? Severity::trace : Severity::info) << record.message;
+    }
+}
+
+TEST_F(AvcVideoDataHandlerTest, NamesTheMediaTypeThatCannotBeMade) {
+    const MediaFoundationFault fault(MediaFoundationCall::createMediaType, E_UNEXPECTED);
+    EXPECT_EQ(thrownIn<ApiErrorException>([&] { handle(FlvBuilder().avcSequenceHeader(0)); }),
+              "MFCreateMediaType: (0x8000ffff) @AvcVideoDataHandler");
+    EXPECT_TRUE(stream->descriptors.empty());
+}
+
+TEST_F(AvcVideoDataHandlerTest, NamesTheAttributeThatCannotBeSet) {
+    const char* const names[] = {"SetGUID(MF_MT_MAJOR_TYPE)",     "SetGUID(MF_MT_SUBTYPE)",
+                                 "MFSetAttributeRatio",           "MF_MT_FRAME_SIZE",
+                                 "SetGUID(MF_MT_INTERLACE_MODE)", "SetGUID(MF_MT_MPEG2_LEVEL)",
+                                 "SetGUID(MF_MT_MPEG2_PROFILE)",  "SetGUID(MF_MT_PIXEL_ASPECT_RATIO)"};
+    for (unsigned row = 0; row < std::size(names); ++row) {
+        const MediaFoundationFault fault(MediaFoundationCall::setAttribute, E_UNEXPECTED, row);
+        EXPECT_EQ(thrownIn<ApiErrorException>([&] { handle(FlvBuilder().avcSequenceHeader(0)); }),
+                  std::string(names[row]) + ": (0x8000ffff) @AvcVideoDataHandler");
+        EXPECT_TRUE(stream->descriptors.empty());
     }
 }
 
@@ -336,6 +359,7 @@ TEST_F(AvcVideoDataHandlerTest, RefusesANalUnitThatIsCut) {
                     handleNalus({0, 0, 0, 6, 1, 2, 3, 4, 5});
                 }),
                 StartsWith("Parse error. @AvcVideoDataHandler:"));
+    EXPECT_THAT(log.messages(), ElementsAre("NaluSize=6 BufferSize=9"));
     EXPECT_TRUE(stream->samples.empty());
 }
 

@@ -1,7 +1,9 @@
 #include "streams/FlvStream.h"
 
+#include "tests/streams/MediaFoundationCalls.h"
 #include "tests/streams/StreamTest.h"
 #include "tests/support/Faults.h"
+#include "tests/support/TimeLimit.h"
 #include "util/ApiErrorException.h"
 #include "util/ErrorException.h"
 #include "util/FatalException.h"
@@ -10,8 +12,10 @@
 
 #include <atomic>
 #include <chrono>
+#include <functional>
 #include <future>
 #include <mutex>
+#include <stdexcept>
 #include <thread>
 
 namespace {
@@ -22,6 +26,7 @@ using namespace JY::Pictaro::Fs;
 using Log2::Severity;
 using testing::ElementsAre;
 using testing::HasSubstr;
+using testing::StartsWith;
 
 const IID unknownInterface = {0x01234567, 0x89AB, 0xCDEF, {0x01, 0x23, 0x45, 0x67, 0x89, 0xAB, 0xCD, 0xEF}};
 
@@ -78,17 +83,7 @@ protected:
     }
     /// Whether another thread can take the lock.
     bool lockIsFree() {
-        std::atomic<bool> taken = false;
-        std::thread other([&] {
-            const std::lock_guard guard(*lock);
-            taken = true;
-        });
-        for (int wait = 0; wait < 200 && !taken; ++wait) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(10));
-        }
-        const bool result = taken;
-        other.join();
-        return result;
+        return returnsInTime([shared = lock] { const std::lock_guard guard(*shared); });
     }
     /// The text of the one error record.
     std::string error() {
@@ -167,12 +162,28 @@ TEST_F(FlvStreamTest, RecordsNullPointersByTheirNamesAsFatalAndAsksForASnapshotE
 }
 
 TEST_F(FlvStreamTest, TracesEachMethodUnderItsRunTimeClass) {
-    nextEvent(*audio.Get());
-    EXPECT_EQ(log.records().front().message, "ENTER: JY::Pictaro::Fs::FlvAudioStream::GetEvent");
-    EXPECT_EQ(log.records().back().message, "EXIT: JY::Pictaro::Fs::FlvAudioStream::GetEvent");
+    const auto expectTraced = [&](const char* method, const auto& call) {
+        open(twoAudioFrames());
+        log.clear();
+        call();
+        const std::string name = std::string("JY::Pictaro::Fs::FlvAudioStream::") + method;
+        ASSERT_GE(log.records().size(), 2U) << method;
+        EXPECT_EQ(log.records().front().message, "ENTER: " + name);
+        EXPECT_EQ(log.records().back().message, "EXIT: " + name);
+        EXPECT_EQ(log.records().front().severity, Severity::trace);
+    };
+    expectTraced("QueryInterface", [&] { audio->QueryInterface(IID_IUnknown, nullptr); });
+    expectTraced("GetEvent", [&] { audio->GetEvent(0, nullptr); });
+    expectTraced("BeginGetEvent", [&] { audio->BeginGetEvent(nullptr, nullptr); });
+    expectTraced("EndGetEvent", [&] { audio->EndGetEvent(nullptr, nullptr); });
+    expectTraced("QueueEvent", [&] { audio->QueueEvent(MEStreamPaused, GUID_NULL, S_OK, nullptr); });
+    expectTraced("GetMediaSource", [&] { audio->GetMediaSource(nullptr); });
+    expectTraced("GetStreamDescriptor", [&] { audio->GetStreamDescriptor(nullptr); });
+    expectTraced("RequestSample", [&] { audio->RequestSample(nullptr); });
+    expectTraced("initialize", [&] { audio->initialize(); });
     log.clear();
-    video->RequestSample(nullptr);
-    EXPECT_EQ(log.records().front().message, "ENTER: JY::Pictaro::Fs::FlvVideoStream::RequestSample");
+    video->GetMediaSource(nullptr);
+    EXPECT_EQ(log.records().front().message, "ENTER: JY::Pictaro::Fs::FlvVideoStream::GetMediaSource");
 }
 
 TEST_F(FlvStreamTest, LogsItsClassWhenTheLastReferenceGoes) {
@@ -217,6 +228,22 @@ TEST_F(FlvStreamTest, RaisesAFailedGetEvent) {
     ComPtr<IMFMediaEvent> event;
     EXPECT_EQ(audio->GetEvent(MF_EVENT_FLAG_NO_WAIT, event.GetAddressOf()), MF_E_NO_EVENTS_AVAILABLE);
     EXPECT_THAT(error(), HasSubstr(apiError("GetEvent", MF_E_NO_EVENTS_AVAILABLE)));
+}
+
+TEST_F(FlvStreamTest, RaisesAnEventThatItsQueueDoesNotTake) {
+    const MediaFoundationFault fault(MediaFoundationCall::queueEventParamVar, E_UNEXPECTED);
+    const ComPtr<FlvAudioStream> stream = createStream<FlvAudioStream>();
+    EXPECT_EQ(stream->QueueEvent(MEStreamPaused, GUID_NULL, S_OK, nullptr), E_UNEXPECTED);
+    EXPECT_THAT(error(), HasSubstr(apiError("QueueEventParamVar", E_UNEXPECTED)));
+    EXPECT_TRUE(lockIsFree());
+}
+
+TEST_F(FlvStreamTest, RaisesAnEventQueueThatCannotBeMade) {
+    const ULONG before = counter.count();
+    const MediaFoundationFault fault(MediaFoundationCall::createEventQueue, E_UNEXPECTED);
+    EXPECT_EQ(thrownIn<ApiErrorException>([&] { createStream<FlvAudioStream>(); }),
+              "MFCreateEventQueue: (0x8000ffff) @FlvStream");
+    EXPECT_EQ(counter.count(), before);
 }
 
 TEST_F(FlvStreamTest, WaitsForAnEventWithoutHoldingTheLock) {
@@ -453,6 +480,61 @@ TEST_F(FlvStreamTest, RaisesAnEndThatTheSourceDoesNotTake) {
     EXPECT_EQ(audio->RequestSample(nullptr), E_UNEXPECTED);
     EXPECT_THAT(error(), HasSubstr(apiError("QueueEvent", E_UNEXPECTED)));
     EXPECT_THAT(eventTypes(*audio.Get()), ElementsAre(MEEndOfStream));
+}
+
+TEST_F(FlvStreamTest, RaisesATokenThatTheSampleDoesNotTake) {
+    {
+        const MediaFoundationFault fault(MediaFoundationCall::setUnknown, E_UNEXPECTED);
+        ComPtr<IMFSample> sample;
+        ASSERT_EQ(MFCreateSample(sample.GetAddressOf()), S_OK);
+        audio->queueSample(sample);
+        const ComPtr<Token> token = Pictaro::createObject<Token>(counter);
+        EXPECT_EQ(audio->RequestSample(token.Get()), E_UNEXPECTED);
+        EXPECT_THAT(error(), HasSubstr(apiError("SetUnknown", E_UNEXPECTED)));
+        sample->AddRef();
+        EXPECT_EQ(sample->Release(), 1U) << "the stream must have let it go";
+    }
+    EXPECT_TRUE(lockIsFree());
+    open(twoAudioFrames());
+    EXPECT_EQ(audio->RequestSample(nullptr), S_OK);
+    EXPECT_EQ(contentOf(*nextSample().Get()).bytes, (Bytes{1, 2, 3}));
+}
+
+TEST_F(FlvStreamTest, RaisesASampleThatItsEventQueueDoesNotTake) {
+    const MediaFoundationFault fault(MediaFoundationCall::queueEventParamUnk, E_UNEXPECTED);
+    const ComPtr<FlvAudioStream> stream = createStream<FlvAudioStream>();
+    ComPtr<IMFSample> sample;
+    ASSERT_EQ(MFCreateSample(sample.GetAddressOf()), S_OK);
+    stream->queueSample(sample);
+    EXPECT_EQ(stream->RequestSample(nullptr), E_UNEXPECTED);
+    EXPECT_THAT(error(), HasSubstr(apiError("QueueEventParamUnk", E_UNEXPECTED)));
+    sample->AddRef();
+    EXPECT_EQ(sample->Release(), 1U) << "the stream must have let it go";
+    EXPECT_TRUE(lockIsFree());
+}
+
+TEST_F(FlvStreamTest, RecordsWhatReadingThrowsOfOtherFamiliesAsFatalWithASnapshot) {
+    unsigned snapshots = 0;
+    const auto expectFatal = [&](const std::string& text, const std::function<void()>& thrower) {
+        log.clear();
+        parser.beforeRead = thrower;
+        EXPECT_EQ(audio->RequestSample(nullptr), E_FAIL) << text;
+        const auto records = log.records();
+        ASSERT_EQ(records.size(), 4U) << "ENTER, the token, the record and EXIT";
+        EXPECT_EQ(records[2].severity, Severity::fatal);
+        EXPECT_EQ(records[2].file, "FlvStream");
+        EXPECT_THAT(records[2].message, StartsWith(text));
+        EXPECT_EQ(LogCapture::snapshots(), ++snapshots);
+        EXPECT_TRUE(lockIsFree()) << text;
+    };
+    open(twoAudioFrames());
+    expectFatal("Exception caught. class JY::FatalException, No good. @Parser:7", [] {
+        throw FatalException({"Parser", 7}, "No good.");
+    });
+    expectFatal("No good.", [] { throw std::runtime_error("No good."); });
+    expectFatal("Unknown exception.", [] { throw 7; });
+    parser.beforeRead = [] {};
+    EXPECT_EQ(audio->RequestSample(nullptr), S_OK);
 }
 
 TEST_F(FlvStreamTest, ReturnsTheCodeOfAFailedCallWhileReading) {

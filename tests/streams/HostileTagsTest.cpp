@@ -1,9 +1,10 @@
+#include "tests/streams/MediaFoundationCalls.h"
 #include "tests/streams/StreamTest.h"
+#include "tests/support/Allocations.h"
 #include "util/ErrorException.h"
 
 #include <windows.h>
 
-#include <psapi.h>
 #include <random>
 
 namespace {
@@ -11,18 +12,13 @@ namespace {
 using namespace JY;
 using namespace JY::Test;
 using namespace JY::Pictaro::Fs;
+using testing::ElementsAre;
 using testing::StartsWith;
 
 const Bytes slice = {0x65, 1, 2, 3, 4};
 constexpr std::uint32_t largestDataSize = 0xFFFFFF;
-constexpr std::size_t megabyte = 1024 * 1024;
-
-/// The most memory that the process has had in use so far.
-std::size_t peakMemory() {
-    PROCESS_MEMORY_COUNTERS counters{};
-    EXPECT_TRUE(GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof counters));
-    return counters.PeakWorkingSetSize;
-}
+constexpr std::uint32_t parameterSetsSize = 15; ///< as FlvBuilder writes them, with their start codes
+constexpr std::uint32_t startCodeSize = 3;
 
 /// Both streams, as a source would have them.
 class HostileTagsTest : public StreamTest {
@@ -30,6 +26,7 @@ protected:
     HostileTagsTest() {
         parser.addHandler(*audio.Get());
         parser.addHandler(*video.Get());
+        takeBufferSizes();
     }
 
     /// What reading the whole file throws, if anything.
@@ -40,47 +37,60 @@ protected:
             }
         });
     }
+    /// What a configuration with too few parameter sets takes, beyond the file.
+    std::uint64_t bytesTakenByConfiguration(const Bytes& file) {
+        parser.open(file);
+        std::string outcome;
+        const Allocations taken =
+            allocationsOf([&] { outcome = thrown<ErrorException>([&] { parser.readOneTag(); }); });
+        EXPECT_THAT(outcome, StartsWith("Parse error. @AvcVideoDataHandler:"));
+        return taken.bytes;
+    }
 
     ComPtr<FlvAudioStream> audio = createStream<FlvAudioStream>();
     ComPtr<FlvVideoStream> video = createStream<FlvVideoStream>();
 };
 
 TEST_F(HostileTagsTest, TakeNoMemoryForANalUnitLongerThanItsTag) {
-    const std::size_t before = peakMemory();
-    for (const std::uint32_t length : {0xFFFFFFFFU, 0xFFFFFFFCU, 0x80000000U, 0x7FFFFFFFU, 0x10000000U}) {
+    for (const std::uint32_t length : {6U, 0x10000000U, 0x7FFFFFFFU, 0x80000000U, 0xFFFFFFECU, 0xFFFFFFFFU}) {
         const FlvBuilder file =
             FlvBuilder().avcSequenceHeader(0).avcPacket(0, FlvBuilder::key, 1, 0, join({bigEndian(length, 4), slice}));
         EXPECT_THAT(readAll(file.build()), StartsWith("Parse error. @AvcVideoDataHandler:")) << length;
+        EXPECT_THAT(takeBufferSizes(), ElementsAre()) << length;
     }
-    EXPECT_LT(peakMemory() - before, 16 * megabyte);
 }
 
 TEST_F(HostileTagsTest, TakeNoMoreMemoryThanATagCanClaim) {
-    const std::size_t before = peakMemory();
-    const FlvBuilder file = FlvBuilder()
-                                .avcSequenceHeader(0)
-                                .withDataSize(largestDataSize)
-                                .avcPacket(0, FlvBuilder::key, 1, 0, join({bigEndian(0xFFFFFF - 9, 4), slice}))
-                                .withoutTrailer();
-    EXPECT_THAT(readAll(file.build()), StartsWith("Parse error. @AvcVideoDataHandler:"));
-    EXPECT_LT(peakMemory() - before, 64 * megabyte);
+    constexpr std::uint32_t longest = largestDataSize - 5 - 4; // behind the media header and the length
+    const auto file = [](std::uint32_t length) {
+        return FlvBuilder()
+            .avcSequenceHeader(0)
+            .withDataSize(largestDataSize)
+            .avcPacket(0, FlvBuilder::key, 1, 0, join({bigEndian(length, 4), slice}))
+            .withoutTrailer()
+            .build();
+    };
+    EXPECT_THAT(readAll(file(longest)), StartsWith("Parse error. @AvcVideoDataHandler:"));
+    EXPECT_THAT(takeBufferSizes(), ElementsAre(parameterSetsSize + startCodeSize + longest));
+    EXPECT_THAT(readAll(file(longest + 1)), StartsWith("Parse error. @AvcVideoDataHandler:"));
+    EXPECT_THAT(takeBufferSizes(), ElementsAre());
     EXPECT_EQ(video->RequestSample(nullptr), E_FAIL);
 }
 
 TEST_F(HostileTagsTest, TakeNoMemoryForParameterSetsThatAreNotThere) {
     const Bytes config = {1, 66, 0, 30, 0xFF, 0xFF, 0xFF, 0xFF, 0x67, 1, 2};
-    const FlvBuilder file = FlvBuilder().avcPacket(0, FlvBuilder::key, 0, 0, config);
-    EXPECT_THAT(readAll(file.build()), StartsWith("Parse error. @AvcVideoDataHandler:"));
-    const FlvBuilder lying =
-        FlvBuilder().withDataSize(largestDataSize).avcPacket(0, FlvBuilder::key, 0, 0, config).withoutTrailer();
-    EXPECT_THAT(readAll(lying.build()), StartsWith("Parse error. @AvcVideoDataHandler:"));
+    const Bytes file = FlvBuilder().avcPacket(0, FlvBuilder::key, 0, 0, config).build();
+    const Bytes lying =
+        FlvBuilder().withDataSize(largestDataSize).avcPacket(0, FlvBuilder::key, 0, 0, config).withoutTrailer().build();
+    Log2::setCore(nullptr); // records kept for a test would count
+    EXPECT_LT(bytesTakenByConfiguration(file), 0x4000U);
+    EXPECT_LT(bytesTakenByConfiguration(lying), 0x4000U + 0xFFFF) << "one set of the largest size";
 }
 
 TEST_F(HostileTagsTest, MakeAnAudioSampleOfTheSizeThatTheTagClaims) {
-    const std::size_t before = peakMemory();
     const FlvBuilder file = FlvBuilder().withDataSize(largestDataSize).aacRaw(0, {1, 2, 3}).withoutTrailer();
     EXPECT_EQ(readAll(file.build()), "nothing was thrown");
-    EXPECT_LT(peakMemory() - before, 64 * megabyte);
+    EXPECT_THAT(takeBufferSizes(), ElementsAre(largestDataSize - 2));
     ASSERT_EQ(audio->RequestSample(nullptr), S_OK);
     const Bytes bytes = contentOf(*sampleOf(*nextEvent(*audio.Get()).Get()).Get()).bytes;
     ASSERT_EQ(bytes.size(), largestDataSize - 2);

@@ -1,6 +1,7 @@
 #include "streams/SampleBuffer.h"
 
 #include "streams/CutDump.h"
+#include "tests/streams/MediaFoundationCalls.h"
 #include "tests/streams/StreamTest.h"
 #include "util/ApiErrorException.h"
 
@@ -39,6 +40,23 @@ TEST(SampleBuffer, MayBeEmpty) {
     DWORD length = 1;
     EXPECT_EQ(sample->GetTotalLength(&length), S_OK);
     EXPECT_EQ(length, 0U);
+}
+
+TEST(SampleBuffer, NamesTheCallThatFails) {
+    const struct {
+        MediaFoundationCall call;
+        const char* name;
+    } rows[] = {{MediaFoundationCall::createMemoryBuffer, "MFCreateMemoryBuffer"},
+                {MediaFoundationCall::lockBuffer, "Lock"},
+                {MediaFoundationCall::unlockBuffer, "Unlock"},
+                {MediaFoundationCall::setCurrentLength, "SetCurrentLenght"},
+                {MediaFoundationCall::createSample, "MFCreateSample"},
+                {MediaFoundationCall::addBuffer, "AddBuffer"}};
+    for (const auto& [call, name] : rows) {
+        const MediaFoundationFault fault(call, E_UNEXPECTED);
+        EXPECT_EQ(thrownIn<ApiErrorException>([] { SampleBuffer(8).toSample(); }),
+                  std::string(name) + ": (0x8000ffff) @SampleBuffer");
+    }
 }
 
 TEST(CutDump, HoldsNoMoreBytesThanTheMaximumAndNoMoreThanThereAre) {

@@ -1,6 +1,8 @@
 #include "streams/SampleClock.h"
 
+#include "tests/streams/MediaFoundationCalls.h"
 #include "tests/streams/StreamTest.h"
+#include "util/ApiErrorException.h"
 #include "util/ErrorException.h"
 
 namespace {
@@ -63,6 +65,23 @@ TEST_F(SampleClockTest, RefusesTheInvalidTimeAndStaysAsItWas) {
     EXPECT_EQ(thrown<ErrorException>([&] { clock.stamp(*sample.Get(), TimePosition::invalid()); }),
               "Invalid value. @JY::Pictaro::TimePosition::checkIsValid:41");
     EXPECT_EQ(clock.last(), TimePosition(40'000));
+}
+
+TEST_F(SampleClockTest, NamesTheCallThatFailsAndStaysAsItWas) {
+    const struct {
+        MediaFoundationCall call;
+        const char* name;
+    } rows[] = {{MediaFoundationCall::setSampleTime, "SetSampleTime"},
+                {MediaFoundationCall::setSampleDuration, "SetSampleDuration"}};
+    stamp(1000);
+    for (const auto& [call, name] : rows) {
+        const MediaFoundationFault fault(call, E_UNEXPECTED);
+        ComPtr<IMFSample> failing;
+        ASSERT_EQ(MFCreateSample(failing.GetAddressOf()), S_OK);
+        EXPECT_EQ(thrownIn<ApiErrorException>([&] { clock.stamp(*failing.Get(), TimePosition(5000)); }),
+                  std::string(name) + ": (0x8000ffff) @SampleClock");
+        EXPECT_EQ(clock.last(), TimePosition(1000));
+    }
 }
 
 } // namespace

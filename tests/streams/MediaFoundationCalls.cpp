@@ -1,0 +1,209 @@
+#include "tests/streams/MediaFoundationCalls.h"
+
+#include "tests/support/ImportPatch.h"
+
+#include <mfapi.h>
+#include <mfidl.h>
+#include <wrl/client.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <optional>
+#include <utility>
+
+namespace JY::Test {
+
+namespace {
+
+using Call = MediaFoundationCall;
+using Microsoft::WRL::ComPtr;
+
+struct Fault {
+    Call call;
+    HRESULT result;
+    unsigned after;
+};
+
+std::optional<Fault> fault;
+std::vector<DWORD> bufferSizes;
+
+bool isToFail(Call call) {
+    return fault && fault->call == call;
+}
+
+/// S_OK, or the failure that the call is to have this time.
+HRESULT faultNow(Call call) {
+    if (!isToFail(call)) {
+        return S_OK;
+    }
+    if (fault->after != 0) {
+        --fault->after;
+        return S_OK;
+    }
+    return fault->result;
+}
+
+/// Takes the place of a method, whatever its arguments. Also of an object that outlives the fault.
+HRESULT STDMETHODCALLTYPE fail(void*) {
+    return fault ? fault->result : E_UNEXPECTED;
+}
+
+/// The methods of the interfaces of Media Foundation as they lie in their tables.
+template <class Interface>
+constexpr std::size_t methodCount = 0;
+template <>
+constexpr std::size_t methodCount<IMFMediaType> = 38;
+template <>
+constexpr std::size_t methodCount<IMFStreamDescriptor> = 35;
+template <>
+constexpr std::size_t methodCount<IMFMediaTypeHandler> = 9;
+template <>
+constexpr std::size_t methodCount<IMFMediaBuffer> = 8;
+template <>
+constexpr std::size_t methodCount<IMFSample> = 47;
+template <>
+constexpr std::size_t methodCount<IMFMediaEventQueue> = 10;
+
+/// Gives the object a table of its own, in which methods can be replaced.
+template <class Interface>
+void** ownMethods(Interface& object) {
+    static std::array<void*, methodCount<Interface>> methods;
+    void**& table = *reinterpret_cast<void***>(&object);
+    std::copy_n(table, methods.size(), methods.begin());
+    table = methods.data();
+    return table;
+}
+
+template <class Interface>
+void failIf(Call call, Interface& object, std::size_t slot) {
+    if (isToFail(call)) {
+        ownMethods(object)[slot] = reinterpret_cast<void*>(fail);
+    }
+}
+
+/// A method of IMFAttributes that sets a value: given by address, number or both.
+using Setter = HRESULT(STDMETHODCALLTYPE*)(void* object, const GUID* key, std::uintptr_t value, std::uintptr_t size);
+template <std::size_t slot>
+Setter originalSetter;
+
+template <std::size_t slot>
+HRESULT STDMETHODCALLTYPE setAttribute(void* object, const GUID* key, std::uintptr_t value, std::uintptr_t size) {
+    const HRESULT result = faultNow(Call::setAttribute);
+    return FAILED(result) ? result : originalSetter<slot>(object, key, value, size);
+}
+
+template <std::size_t slot>
+void replaceSetter(void** methods) {
+    originalSetter<slot> =
+        reinterpret_cast<Setter>(std::exchange(methods[slot], reinterpret_cast<void*>(setAttribute<slot>)));
+}
+
+class Seam {
+public:
+    static HRESULT STDAPICALLTYPE createMediaType(IMFMediaType** result);
+    static HRESULT STDAPICALLTYPE createStreamDescriptor(DWORD id, DWORD count, IMFMediaType** types,
+                                                         IMFStreamDescriptor** result);
+    static HRESULT STDAPICALLTYPE createMemoryBuffer(DWORD size, IMFMediaBuffer** result);
+    static HRESULT STDAPICALLTYPE createSample(IMFSample** result);
+    static HRESULT STDAPICALLTYPE createEventQueue(IMFMediaEventQueue** result);
+
+private:
+    ImportPatch<decltype(&MFCreateMediaType)> createMediaType_{"MFCreateMediaType", createMediaType};
+    ImportPatch<decltype(&MFCreateStreamDescriptor)> createStreamDescriptor_{"MFCreateStreamDescriptor",
+                                                                             createStreamDescriptor};
+    ImportPatch<decltype(&MFCreateMemoryBuffer)> createMemoryBuffer_{"MFCreateMemoryBuffer", createMemoryBuffer};
+    ImportPatch<decltype(&MFCreateSample)> createSample_{"MFCreateSample", createSample};
+    ImportPatch<decltype(&MFCreateEventQueue)> createEventQueue_{"MFCreateEventQueue", createEventQueue};
+};
+
+Seam seam;
+
+/// Calls Media Foundation, and lets `prepare(object)` see what it made.
+template <class Create, class Interface, class Prepare>
+HRESULT create(Call call, const Create& original, Interface** result, const Prepare& prepare) {
+    if (isToFail(call)) {
+        return fault->result;
+    }
+    const HRESULT outcome = original();
+    if (SUCCEEDED(outcome)) {
+        prepare(**result);
+    }
+    return outcome;
+}
+
+HRESULT STDAPICALLTYPE Seam::createMediaType(IMFMediaType** result) {
+    return create(
+        Call::createMediaType, [&] { return seam.createMediaType_.callOriginal(result); }, result,
+        [](IMFMediaType& type) {
+            if (isToFail(Call::setAttribute)) {
+                void** const methods = ownMethods(type);
+                replaceSetter<21>(methods); // SetUINT32
+                replaceSetter<22>(methods); // SetUINT64
+                replaceSetter<24>(methods); // SetGUID
+                replaceSetter<26>(methods); // SetBlob
+            }
+        });
+}
+
+HRESULT STDAPICALLTYPE Seam::createStreamDescriptor(DWORD id, DWORD count, IMFMediaType** types,
+                                                    IMFStreamDescriptor** result) {
+    return create(
+        Call::createStreamDescriptor,
+        [&] { return seam.createStreamDescriptor_.callOriginal(id, count, types, result); }, result,
+        [](IMFStreamDescriptor& descriptor) {
+            failIf(Call::getMediaTypeHandler, descriptor, 34);
+            if (isToFail(Call::setCurrentMediaType)) {
+                ComPtr<IMFMediaTypeHandler> handler; // a part of the descriptor
+                descriptor.GetMediaTypeHandler(handler.GetAddressOf());
+                failIf(Call::setCurrentMediaType, *handler.Get(), 6);
+            }
+        });
+}
+
+HRESULT STDAPICALLTYPE Seam::createMemoryBuffer(DWORD size, IMFMediaBuffer** result) {
+    bufferSizes.push_back(size);
+    return create(
+        Call::createMemoryBuffer, [&] { return seam.createMemoryBuffer_.callOriginal(size, result); }, result,
+        [](IMFMediaBuffer& buffer) {
+            failIf(Call::lockBuffer, buffer, 3);
+            failIf(Call::unlockBuffer, buffer, 4);
+            failIf(Call::setCurrentLength, buffer, 6);
+        });
+}
+
+HRESULT STDAPICALLTYPE Seam::createSample(IMFSample** result) {
+    return create(
+        Call::createSample, [&] { return seam.createSample_.callOriginal(result); }, result,
+        [](IMFSample& sample) {
+            failIf(Call::setUnknown, sample, 27);
+            failIf(Call::setSampleTime, sample, 36);
+            failIf(Call::setSampleDuration, sample, 38);
+            failIf(Call::addBuffer, sample, 42);
+        });
+}
+
+HRESULT STDAPICALLTYPE Seam::createEventQueue(IMFMediaEventQueue** result) {
+    return create(
+        Call::createEventQueue, [&] { return seam.createEventQueue_.callOriginal(result); }, result,
+        [](IMFMediaEventQueue& queue) {
+            failIf(Call::queueEventParamVar, queue, 7);
+            failIf(Call::queueEventParamUnk, queue, 8);
+        });
+}
+
+} // namespace
+
+MediaFoundationFault::MediaFoundationFault(MediaFoundationCall call, HRESULT result, unsigned after) {
+    fault = {call, result, after};
+}
+
+MediaFoundationFault::~MediaFoundationFault() {
+    fault.reset();
+}
+
+std::vector<DWORD> takeBufferSizes() {
+    return std::exchange(bufferSizes, {});
+}
+
+} // namespace JY::Test
