@@ -55,8 +55,8 @@ protected:
 
 namespace Detail {
 using ComBody = HRESULT (*)(void* body, const ComCall& call);
-HRESULT runComCall(const MethodName& name, std::initializer_list<RequiredPointer> required, ComBody body,
-                   void* context, ComCallObserver* observer);
+HRESULT runComCall(const MethodName& name, std::initializer_list<RequiredPointer> required, ComBody body, void* context,
+                   ComCallObserver* observer);
 } // namespace Detail
 
 /// The boundary between the module and its callers, the same for every COM method and exported function: installs the

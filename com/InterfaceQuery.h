@@ -17,8 +17,8 @@ struct KnownInterface {
 };
 
 /// The answer to every QueryInterface: a known interface is recorded as "QI(name)" and handed out with a reference
-/// added through `unknown`; one that is refused as "QI-None(name)", any other as "QI-None(" with its identifier and ")".
-/// Refusals answer E_NOINTERFACE and null.
+/// added through `unknown`; one that is refused as "QI-None(name)", any other as "QI-None(" with its identifier and
+/// ")". Refusals answer E_NOINTERFACE and null.
 HRESULT answerQuery(const ComCall& call, SourcePosition position, IUnknown& unknown, REFIID id, void** result,
                     std::initializer_list<KnownInterface> interfaces);
 

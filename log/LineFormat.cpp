@@ -9,10 +9,10 @@ void appendLineHead(TextBuffer& out, const Record& record, SourceColumn& column)
     std::snprintf(column.data(), column.size(), "%-20s", record.position.file);
     char head[128];
     const SYSTEMTIME& time = record.time;
-    const int length = std::snprintf(head, sizeof head, "%04d/%02d/%02d %02d:%02d:%02d.%03d %08lx %-6s %s(%5d) ",
-                                     time.wYear, time.wMonth, time.wDay, time.wHour, time.wMinute, time.wSecond,
-                                     time.wMilliseconds, record.threadId, severityName(record.severity), column.data(),
-                                     record.position.line);
+    const int length =
+        std::snprintf(head, sizeof head, "%04d/%02d/%02d %02d:%02d:%02d.%03d %08lx %-6s %s(%5d) ", time.wYear,
+                      time.wMonth, time.wDay, time.wHour, time.wMinute, time.wSecond, time.wMilliseconds,
+                      record.threadId, severityName(record.severity), column.data(), record.position.line);
     out << std::string_view(head, static_cast<std::size_t>(length));
 }
 

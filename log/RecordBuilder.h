@@ -26,8 +26,7 @@ public:
     }
 
     template <class T>
-        requires(!std::derived_from<T, Exception>)
-    RecordBuilder& operator<<(const T& value) {
+    requires(!std::derived_from<T, Exception>) RecordBuilder& operator<<(const T& value) {
         if (core_ != nullptr) {
             append(value);
         }

@@ -2,9 +2,8 @@
 
 #include "util/SharedLock.h"
 
-#include <cxxabi.h>
-
 #include <cstdlib>
+#include <cxxabi.h>
 #include <map>
 #include <memory>
 #include <mutex>

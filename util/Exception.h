@@ -53,8 +53,7 @@ private:
 
 /// Streams into an exception under construction and keeps its type, so that the whole expression can be thrown.
 template <class E, class T>
-    requires std::derived_from<std::remove_cvref_t<E>, Exception>
-E&& operator<<(E&& exception, const T& value) {
+requires std::derived_from<std::remove_cvref_t<E>, Exception> E && operator<<(E&& exception, const T& value) {
     exception.append(value);
     return static_cast<E&&>(exception);
 }

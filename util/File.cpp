@@ -31,8 +31,9 @@ std::optional<FileId> queryId(HANDLE handle) {
 
 std::wstring toText(const FileId& id) {
     wchar_t text[40];
-    std::swprintf(text, sizeof text / sizeof *text, L"%08lx,%08lx%08lx", static_cast<unsigned long>(id.volumeSerialNumber),
-                  static_cast<unsigned long>(id.fileIndex >> 32), static_cast<unsigned long>(id.fileIndex & 0xFFFFFFFF));
+    std::swprintf(text, sizeof text / sizeof *text, L"%08lx,%08lx%08lx",
+                  static_cast<unsigned long>(id.volumeSerialNumber), static_cast<unsigned long>(id.fileIndex >> 32),
+                  static_cast<unsigned long>(id.fileIndex & 0xFFFFFFFF));
     return text;
 }
 

@@ -62,9 +62,9 @@ TextBuffer& TextBuffer::operator<<(char character) {
 TextBuffer& TextBuffer::operator<<(const GUID& guid) {
     char text[40];
     const unsigned char* tail = guid.Data4;
-    const int length = std::snprintf(text, sizeof text, "%08lx-%04x-%04x-%02x%02x-%02x%02x%02x%02x%02x%02x", guid.Data1,
-                                     guid.Data2, guid.Data3, tail[0], tail[1], tail[2], tail[3], tail[4], tail[5],
-                                     tail[6], tail[7]);
+    const int length =
+        std::snprintf(text, sizeof text, "%08lx-%04x-%04x-%02x%02x-%02x%02x%02x%02x%02x%02x", guid.Data1, guid.Data2,
+                      guid.Data3, tail[0], tail[1], tail[2], tail[3], tail[4], tail[5], tail[6], tail[7]);
     return *this << std::string_view(text, static_cast<std::size_t>(length));
 }
 

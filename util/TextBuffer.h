@@ -13,8 +13,8 @@
 
 namespace JY {
 
-/// Bytes to be written as a hex dump: lines of 16, each with a line feed and four blanks in front, the bytes as "%02x ",
-/// and the printable characters from column 48 on. A null pointer writes nothing.
+/// Bytes to be written as a hex dump: lines of 16, each with a line feed and four blanks in front, the bytes as "%02x
+/// ", and the printable characters from column 48 on. A null pointer writes nothing.
 struct HexDump {
     const void* data;
     std::size_t size; ///< bytes
@@ -53,8 +53,7 @@ public:
     TextBuffer& operator<<(Hex number);
     /// Integers of any width in decimal; bool as 0 or 1.
     template <std::integral Number>
-        requires(!std::same_as<Number, char> && !std::same_as<Number, wchar_t>)
-    TextBuffer& operator<<(Number number) {
+    requires(!std::same_as<Number, char> && !std::same_as<Number, wchar_t>) TextBuffer& operator<<(Number number) {
         if constexpr (std::same_as<Number, bool>) {
             return *this << (number ? '1' : '0');
         } else {

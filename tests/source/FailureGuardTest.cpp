@@ -4,7 +4,6 @@
 #include "tests/support/LogCapture.h"
 
 #include <gtest/gtest.h>
-
 #include <stdexcept>
 #include <string>
 #include <vector>
