@@ -1,5 +1,6 @@
 #include "com/ComCall.h"
 
+#include "log/Snapshot.h"
 #include "tests/support/Faults.h"
 #include "tests/support/LogCapture.h"
 #include "util/ApiErrorException.h"
@@ -11,7 +12,6 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-
 #include <mutex>
 #include <new>
 #include <regex>
@@ -69,12 +69,12 @@ TEST_F(ComCallTest, NamesTheClassOfAMember) {
 }
 
 TEST_F(ComCallTest, ReturnsTheCodeOfAnApiErrorUnchanged) {
-    const ApiErrorException exception(here(), "CreateFile", 2);
-    EXPECT_EQ(callThrowing(exception), 2);
+    const auto exception = ApiErrorException(here(), "CreateFile", 5) << " file=" << L"C:\\x.flv";
+    EXPECT_EQ(callThrowing(exception), 5);
+    EXPECT_EQ(exception.getMessage(), "CreateFile file=C:\\x.flv: (0x5)");
     const auto record = onlyRecord();
     EXPECT_EQ(record.severity, Severity::error);
-    EXPECT_EQ(record.message,
-              "Exception caught. class JY::ApiErrorException, " + exception.getDescription());
+    EXPECT_EQ(record.message, "Exception caught. class JY::ApiErrorException, " + exception.getDescription());
     EXPECT_EQ(record.file, "ComCallTest");
     EXPECT_EQ(record.line, methodLine);
     EXPECT_EQ(LogCapture::snapshots(), 0U);
@@ -138,12 +138,12 @@ TEST_F(ComCallTest, LetsItsObserverSpeakBetweenTheFailureAndTheEndOfTheScope) {
 TEST_F(ComCallTest, RefusesTheFirstNullPointerWithoutRunningTheBody) {
     int object = 0;
     bool ran = false;
-    const HRESULT result = comCall({here.at(methodLine), nullptr, "Method"},
-                                   {{"pResult", &object}, {"ppEvent", nullptr}, {"ppObject", nullptr}},
-                                   [&](const ComCall&) {
-                                       ran = true;
-                                       return S_OK;
-                                   });
+    const HRESULT result =
+        comCall({here.at(methodLine), nullptr, "Method"},
+                {{"pResult", &object}, {"ppEvent", nullptr}, {"ppObject", nullptr}}, [&](const ComCall&) {
+                    ran = true;
+                    return S_OK;
+                });
     EXPECT_EQ(result, E_INVALIDARG);
     EXPECT_FALSE(ran);
     EXPECT_THAT(log.messages(true), ElementsAre("ENTER: Method", "ppEvent is NULL.", "EXIT: Method"));
@@ -199,9 +199,8 @@ TEST_F(ComCallTest, TurnsAFaultOnAPoolThreadIntoEFail) {
         HRESULT result = S_OK;
     } context;
     const auto work = [](PTP_CALLBACK_INSTANCE, void* argument, PTP_WORK) {
-        static_cast<Context*>(argument)->result =
-            comCall({here(), nullptr, "Method"},
-                    [](const ComCall&) { return static_cast<HRESULT>(readFrom(nullptr)); });
+        static_cast<Context*>(argument)->result = comCall(
+            {here(), nullptr, "Method"}, [](const ComCall&) { return static_cast<HRESULT>(readFrom(nullptr)); });
     };
     const PTP_WORK item = CreateThreadpoolWork(work, &context, nullptr);
     SubmitThreadpoolWork(item);
@@ -217,6 +216,24 @@ TEST_F(ComCallTest, PutsTheHostsTranslatorBack) {
     std::thread([&] {
         setStructuredExceptionTranslator(&hostTranslator);
         call([](const ComCall&) { return S_OK; });
+        EXPECT_EQ(setStructuredExceptionTranslator(nullptr), &hostTranslator);
+    }).join();
+}
+
+TEST_F(ComCallTest, PutsTheHostsTranslatorBackAfterANullPointer) {
+    std::thread([&] {
+        setStructuredExceptionTranslator(&hostTranslator);
+        EXPECT_EQ(comCall({here(), nullptr, "Method"}, {{"ppObject", nullptr}}, [](const ComCall&) { return S_OK; }),
+                  E_INVALIDARG);
+        EXPECT_EQ(setStructuredExceptionTranslator(nullptr), &hostTranslator);
+    }).join();
+}
+
+TEST_F(ComCallTest, PutsTheHostsTranslatorBackAfterAnException) {
+    std::thread([&] {
+        setStructuredExceptionTranslator(&hostTranslator);
+        EXPECT_EQ(callThrowing(ErrorException(here(), "x")), E_FAIL);
+        EXPECT_EQ(call([](const ComCall&) { return static_cast<HRESULT>(readFrom(nullptr)); }), E_FAIL);
         EXPECT_EQ(setStructuredExceptionTranslator(nullptr), &hostTranslator);
     }).join();
 }

@@ -1,12 +1,18 @@
 #include "com/ComUnknownBase.h"
 
 #include "com/InterfaceQuery.h"
+#include "log/CoreImpl.h"
 #include "tests/support/LogCapture.h"
 #include "util/ErrorException.h"
 
+#include <boost/make_shared.hpp>
+
+#include <atomic>
+#include <chrono>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-
+#include <new>
+#include <semaphore>
 #include <thread>
 #include <vector>
 
@@ -87,6 +93,44 @@ TEST_F(ModuleUsageCounterTest, CountsNothingWhenTheFirstObtainActionThrows) {
     EXPECT_EQ(counter.count(), 1U);
 }
 
+std::binary_semaphore actionIsRunning(0);
+std::binary_semaphore actionMayEnd(0);
+
+TEST_F(ModuleUsageCounterTest, SecondObjectWaitsForTheFirstObtainAction) {
+    counter.setActions(
+        [] {
+            ++firstObtains;
+            actionIsRunning.release();
+            actionMayEnd.acquire();
+        },
+        nullptr);
+    std::atomic<bool> secondObtained = false;
+    std::jthread first([&] { counter.obtain(); });
+    actionIsRunning.acquire();
+    std::jthread second([&] {
+        counter.obtain();
+        secondObtained = true;
+    });
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    EXPECT_FALSE(secondObtained);
+    EXPECT_EQ(counter.count(), 0U);
+    actionMayEnd.release();
+    first.join();
+    second.join();
+    EXPECT_TRUE(secondObtained);
+    EXPECT_EQ(firstObtains, 1U);
+    EXPECT_EQ(counter.count(), 2U);
+}
+
+TEST_F(ModuleUsageCounterTest, ReleasesTheLockWhenTheLastReleaseActionThrows) {
+    counter.setActions(nullptr, [] { throw ErrorException(here(), "x"); });
+    counter.obtain();
+    EXPECT_THROW(counter.release(), ErrorException);
+    EXPECT_EQ(counter.count(), 0U);
+    std::thread([&] { counter.obtain(); }).join(); // would wait for ever on a lock left held
+    EXPECT_EQ(counter.count(), 1U);
+}
+
 TEST_F(ModuleUsageCounterTest, IsExactUnderManyThreads) {
     {
         std::vector<std::jthread> threads;
@@ -142,6 +186,43 @@ TEST_F(ComUnknownBaseTest, LogsItsRunTimeClassWhenTheLastReferenceGoes) {
     const auto record = log.find("Delete at Release. instance=class ");
     EXPECT_TRUE(record.message.ends_with("::Object"));
     EXPECT_EQ(record.severity, Log2::Severity::trace);
+}
+
+TEST_F(ComUnknownBaseTest, LastReleaseDestroysTheObjectWhenItsRecordFails) {
+    class ThrowingSink final : public Log2::Sink {
+    public:
+        void flush() override {}
+        void close() override {}
+        void write(const Log2::Record&) override { throw std::bad_alloc(); }
+        void setThreshold(Log2::Severity) override {}
+    };
+    const auto core = boost::make_shared<Log2::CoreImpl>();
+    core->addSink(boost::make_shared<ThrowingSink>());
+    Log2::setCore(core);
+    Object* const object = createObject<Object>(counter, destroyed).Detach();
+    EXPECT_EQ(object->Release(), 0U);
+    EXPECT_TRUE(destroyed);
+    EXPECT_EQ(counter.count(), 0U);
+}
+
+TEST_F(ComUnknownBaseTest, TryAddRefRefusesAnObjectBeingDestroyed) {
+    class Findable final : public ComUnknownBase<IUnknown> {
+    public:
+        Findable(ModuleUsageCounter& users, bool& refused) : ComUnknownBase(users), refused_(refused) {}
+        ~Findable() override { refused_ = !tryAddRef(); }
+        HRESULT STDMETHODCALLTYPE QueryInterface(REFIID, void**) override { return E_NOTIMPL; }
+        using ComUnknownBase::tryAddRef;
+
+    private:
+        bool& refused_;
+    };
+    bool refused = false;
+    auto object = createObject<Findable>(counter, refused);
+    EXPECT_TRUE(object->tryAddRef());
+    EXPECT_EQ(object->Release(), 1U);
+    EXPECT_FALSE(refused);
+    object.Reset();
+    EXPECT_TRUE(refused);
 }
 
 TEST_F(ComUnknownBaseTest, CountsReferencesExactlyUnderManyThreads) {

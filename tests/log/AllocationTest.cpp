@@ -2,11 +2,12 @@
 #include "log/DebugOutSink.h"
 #include "util/ApiErrorException.h"
 
-#include <boost/make_shared.hpp>
-#include <gtest/gtest.h>
 #include <windows.h>
 
+#include <boost/make_shared.hpp>
+
 #include <atomic>
+#include <gtest/gtest.h>
 #include <new>
 
 namespace {

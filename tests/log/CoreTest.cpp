@@ -5,15 +5,21 @@
 #include "util/ApiErrorException.h"
 
 #include <boost/make_shared.hpp>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-
-#include <optional>
+#include <map>
+#include <numeric>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
 
 namespace {
 
 using namespace JY;
 using namespace JY::Log2;
+using Test::CapturedRecord;
 using Test::LogCapture;
 using testing::ElementsAre;
 
@@ -57,8 +63,8 @@ TEST(Trace, OfAMemberWritesEnterAndExitWithTheRunTimeClass) {
 TEST(Trace, LabelOfAMemberIsClassAndFunction) {
     const LogCapture capture;
     { const auto log = traceMember(here(), typeid(ApiErrorException), "code"); }
-    EXPECT_THAT(capture.messages(true), ElementsAre("ENTER: JY::ApiErrorException::code",
-                                                    "EXIT: JY::ApiErrorException::code"));
+    EXPECT_THAT(capture.messages(true),
+                ElementsAre("ENTER: JY::ApiErrorException::code", "EXIT: JY::ApiErrorException::code"));
 }
 
 TEST(Trace, OfAFreeFunctionWritesItsNameAlone) {
@@ -202,32 +208,42 @@ TEST(CoreShutdown, ClosesAndForgetsItsSinks) {
     EXPECT_THAT(calls, ElementsAre("a close"));
 }
 
-TEST(CoreShutdown, ReportsLiveLoggersAsAWarning) {
-    const LogCapture sinkOwner;
-    class KeepSink final : public Sink {
+/// What a core of two live loggers tells its sink when it is shut down.
+CapturedRecord reportOfTwoLiveLoggers(ShutdownMode mode) {
+    class LastRecordSink final : public Sink {
     public:
         void flush() override {}
         void close() override {}
         void write(const Record& record) override {
-            last.emplace(record.severity, std::string(record.position.file), record.position.line,
-                         std::string(record.message));
+            last = {record.severity, record.position.file, record.position.line, record.threadId,
+                    std::string(record.message)};
         }
         void setThreshold(Severity) override {}
-        std::optional<std::tuple<Severity, std::string, int, std::string>> last;
+        CapturedRecord last;
     };
-    for (const auto& [mode, severity] : {std::pair{ShutdownMode::reportWarning, Severity::warn},
-                                         std::pair{ShutdownMode::reportFatal, Severity::fatal}}) {
-        const auto core = boost::make_shared<CoreImpl>();
-        const auto sink = boost::make_shared<KeepSink>();
-        core->addSink(sink);
-        const auto first = core->createLogger();
-        const auto second = core->createLogger();
-        core->shutdown(mode);
-        ASSERT_TRUE(sink->last.has_value());
-        EXPECT_EQ(*sink->last,
-                  std::tuple(severity, std::string("Core"), 34,
-                             std::string("There are some Logger instances exists. =2")));
-    }
+    const auto core = boost::make_shared<CoreImpl>();
+    const auto sink = boost::make_shared<LastRecordSink>();
+    core->addSink(sink);
+    const auto first = core->createLogger();
+    const auto second = core->createLogger();
+    core->shutdown(mode);
+    return sink->last;
+}
+
+TEST(CoreShutdown, ReportsLiveLoggersAsAWarning) {
+    const CapturedRecord report = reportOfTwoLiveLoggers(ShutdownMode::reportWarning);
+    EXPECT_EQ(report.severity, Severity::warn);
+    EXPECT_EQ(report.message, "There are some Logger instances exists. =2");
+    EXPECT_EQ(report.file, "Core");
+    EXPECT_EQ(report.line, 34);
+}
+
+TEST(CoreShutdown, ReportsLiveLoggersAsFatalWhenAskedTo) {
+    const CapturedRecord report = reportOfTwoLiveLoggers(ShutdownMode::reportFatal);
+    EXPECT_EQ(report.severity, Severity::fatal);
+    EXPECT_EQ(report.message, "There are some Logger instances exists. =2");
+    EXPECT_EQ(report.file, "Core");
+    EXPECT_EQ(report.line, 34);
 }
 
 TEST(CoreShutdown, IsSilentWithoutLiveLoggersOrWhenAskedToBe) {
@@ -247,17 +263,83 @@ TEST(CoreShutdown, IsSilentWithoutLiveLoggersOrWhenAskedToBe) {
     EXPECT_THAT(calls, ElementsAre("a close", "b close"));
 }
 
+class ThrowingSink final : public Sink {
+public:
+    void flush() override {}
+    void close() override { throw 1; }
+    void write(const Record&) override { throw 1; }
+    void setThreshold(Severity) override {}
+};
+
 TEST(Logger, SurvivesASinkThatThrows) {
-    class ThrowingSink final : public Sink {
-    public:
-        void flush() override {}
-        void close() override {}
-        void write(const Record&) override { throw 1; }
-        void setThreshold(Severity) override {}
-    };
     const auto core = boost::make_shared<CoreImpl>();
     core->addSink(boost::make_shared<ThrowingSink>());
     EXPECT_NO_THROW(core->createLogger().warn(here()) << "x");
+}
+
+constexpr int threadCount = 8;
+constexpr int roundCount = 500;
+
+TEST(Core, KeepsEveryRecordOfManyThreads) {
+    const LogCapture capture;
+    {
+        std::vector<std::jthread> threads;
+        for (int thread = 0; thread < threadCount; ++thread) {
+            threads.emplace_back([thread] {
+                for (int round = 0; round < roundCount; ++round) {
+                    untraced().warn(here.at(round)) << thread;
+                }
+            });
+        }
+    }
+    std::map<std::string, std::vector<int>> roundsOfThreads;
+    for (const CapturedRecord& record : capture.records()) {
+        roundsOfThreads[record.message].push_back(record.line);
+    }
+    std::vector<int> everyRound(roundCount);
+    std::iota(everyRound.begin(), everyRound.end(), 0);
+    EXPECT_EQ(roundsOfThreads.size(), static_cast<std::size_t>(threadCount));
+    for (const auto& [thread, rounds] : roundsOfThreads) {
+        EXPECT_EQ(rounds, everyRound) << thread;
+    }
+}
+
+TEST(Core, LiveCountIsExactUnderManyThreads) {
+    std::vector<std::string> calls;
+    const auto core = boost::make_shared<CoreImpl>();
+    core->addSink(boost::make_shared<RecordingSink>(calls, "a"));
+    const auto alive = core->createLogger();
+    {
+        std::vector<std::jthread> threads;
+        for (int thread = 0; thread < threadCount; ++thread) {
+            threads.emplace_back([&core] {
+                for (int round = 0; round < roundCount; ++round) {
+                    auto logger = core->createLogger();
+                    const Logger moved(std::move(logger));
+                }
+            });
+        }
+    }
+    core->shutdown(ShutdownMode::reportWarning);
+    EXPECT_THAT(calls, ElementsAre("a There are some Logger instances exists. =1", "a close"));
+}
+
+TEST(SetCore, ReleasesThePreviousCoreAfterTheExchange) {
+    class LastWordsSink final : public Sink {
+    public:
+        ~LastWordsSink() override { untraced().warn(here()) << "last words"; }
+        void flush() override {}
+        void close() override {}
+        void write(const Record&) override {}
+        void setThreshold(Severity) override {}
+    };
+    {
+        const auto previous = boost::make_shared<CoreImpl>();
+        previous->addSink(boost::make_shared<LastWordsSink>());
+        setCore(previous);
+    }
+    const LogCapture capture; // its core takes the place of the one whose end is logged
+    EXPECT_THAT(capture.messages(), ElementsAre("last words"));
 }
 
 } // namespace

@@ -6,7 +6,6 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-
 #include <string>
 #include <utility>
 #include <vector>
@@ -56,6 +55,11 @@ TEST(LineHead, WritesAnUnknownSeverity) {
               "2026/03/04 05:06:07.008 00000abc Unknown f                   (    1) ");
 }
 
+TEST(LineHead, WritesMinusOneAsUnknown) {
+    EXPECT_EQ(headOf(recordOf(static_cast<Severity>(-1), "f", 1, "")),
+              "2026/03/04 05:06:07.008 00000abc Unknown f                   (    1) ");
+}
+
 class KeepingSink final : public SinkBase {
 public:
     void flush() override {}
@@ -95,7 +99,8 @@ TEST(DebugOutSink, SendsOneLineToTheDebugger) {
     DebugOutSink sink;
     sink.write(recordOf(Severity::info, "FlvTag", 65, "dropped"));
     sink.write(recordOf(Severity::error, "FlvTag", 65, "kept"));
-    EXPECT_THAT(output.lines(), ElementsAre("2026/03/04 05:06:07.008 00000abc error  FlvTag              (   65) kept\n"));
+    EXPECT_THAT(output.lines(),
+                ElementsAre("2026/03/04 05:06:07.008 00000abc error  FlvTag              (   65) kept\n"));
 }
 
 } // namespace

@@ -4,12 +4,14 @@
 #include "module/ClassId.h"
 #include "source/MfDeclarations.h"
 #include "tests/support/LogCapture.h"
+#include "util/ApiErrorException.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <wrl/client.h>
 
+#include <cstdint>
 #include <cstdlib>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 #include <new>
 
 namespace {
@@ -36,18 +38,21 @@ using Microsoft::WRL::ComPtr;
 using Test::LogCapture;
 using testing::ElementsAre;
 
+constexpr SourceFile here{"ClassFactoryTest"};
 constexpr CLSID unknownClass{0x11223344, 0x5566, 0x7788, {1, 2, 3, 4, 5, 6, 7, 8}};
 
 class ClassFactoryTest : public testing::Test {
 protected:
     ~ClassFactoryTest() override {
         memoryIsExhausted = false;
+        ModuleUsageCounter::instance().setActions(nullptr, nullptr);
         EXPECT_EQ(ModuleUsageCounter::instance().count(), 0U);
     }
 
     static ComPtr<IClassFactory> factoryFor(const CLSID& classId) {
         ComPtr<IClassFactory> factory;
-        EXPECT_EQ(DllGetClassObject(classId, IID_IClassFactory, reinterpret_cast<void**>(factory.GetAddressOf())), S_OK);
+        EXPECT_EQ(DllGetClassObject(classId, IID_IClassFactory, reinterpret_cast<void**>(factory.GetAddressOf())),
+                  S_OK);
         return factory;
     }
 
@@ -186,26 +191,76 @@ TEST_F(ClassFactoryTest, KeepsTheModuleLoaded) {
     EXPECT_EQ(log.count(Severity::info, "DllCanUnloadNow=NG"), 2U);
 }
 
+TEST_F(ClassFactoryTest, ServerLockAloneKeepsTheModuleLoaded) {
+    auto factory = factoryFor(CLSID_FlvByteStreamHandler);
+    EXPECT_EQ(factory->LockServer(TRUE), S_OK);
+    EXPECT_EQ(log.count(Severity::info, "bLock=1"), 1U);
+    factory.Reset();
+    EXPECT_EQ(ModuleUsageCounter::instance().count(), 1U);
+    EXPECT_EQ(DllCanUnloadNow(), S_FALSE);
+    factory = factoryFor(CLSID_FlvByteStreamHandler);
+    EXPECT_EQ(factory->LockServer(FALSE), S_OK);
+    EXPECT_EQ(log.count(Severity::info, "bLock=0"), 1U);
+    factory.Reset();
+    EXPECT_EQ(DllCanUnloadNow(), S_OK);
+}
+
+unsigned firstObtains = 0;
 unsigned lastReleases = 0;
 
-TEST_F(ClassFactoryTest, CountsServerLocks) {
+TEST_F(ClassFactoryTest, TwoServerLocksNeedTwoUnlocksAndOneShutDown) {
+    firstObtains = 0;
+    lastReleases = 0;
+    ModuleUsageCounter& counter = ModuleUsageCounter::instance();
+    counter.setActions([] { ++firstObtains; }, [] { ++lastReleases; });
     auto factory = factoryFor(CLSID_FlvByteStreamHandler);
     EXPECT_EQ(factory->LockServer(TRUE), S_OK);
     EXPECT_EQ(factory->LockServer(TRUE), S_OK);
-    EXPECT_EQ(log.count(Severity::info, "bLock=1"), 2U);
-    ComPtr<IClassFactory> second = factoryFor(CLSID_FlvByteStreamHandler);
-    factory.Reset();
-    lastReleases = 0;
-    ModuleUsageCounter::instance().setActions(nullptr, [] { ++lastReleases; });
-    EXPECT_EQ(second->LockServer(FALSE), S_OK);
+    EXPECT_EQ(counter.count(), 3U);
+    EXPECT_EQ(factory->LockServer(FALSE), S_OK);
+    EXPECT_EQ(counter.count(), 2U);
+    EXPECT_EQ(factory->LockServer(FALSE), S_OK);
+    EXPECT_EQ(counter.count(), 1U); // the factory itself
     EXPECT_EQ(DllCanUnloadNow(), S_FALSE);
-    EXPECT_EQ(log.count(Severity::info, "bLock=0"), 1U);
-    EXPECT_EQ(second->LockServer(FALSE), S_OK);
-    EXPECT_EQ(lastReleases, 0U); // the factory itself still counts
-    second.Reset();
-    EXPECT_EQ(lastReleases, 1U);
+    EXPECT_EQ(lastReleases, 0U);
+    factory.Reset();
+    EXPECT_EQ(counter.count(), 0U);
     EXPECT_EQ(DllCanUnloadNow(), S_OK);
-    ModuleUsageCounter::instance().setActions(nullptr, nullptr);
+    EXPECT_EQ(firstObtains, 1U);
+    EXPECT_EQ(lastReleases, 1U);
+}
+
+TEST_F(ClassFactoryTest, FailureOfTheFirstObtainActionIsItsResultAndCountsNothing) {
+    ModuleUsageCounter& counter = ModuleUsageCounter::instance();
+    counter.setActions([] { throw ApiErrorException(here(), "start", 0x80070005); }, nullptr);
+    void* object = &object;
+    EXPECT_EQ(DllGetClassObject(CLSID_FlvByteStreamHandler, IID_IUnknown, &object), E_ACCESSDENIED);
+    EXPECT_EQ(object, nullptr);
+    EXPECT_EQ(counter.count(), 0U);
+    EXPECT_EQ(DllCanUnloadNow(), S_OK);
+    EXPECT_EQ(log.find("Exception caught. class JY::ApiErrorException, start: (0x80070005;").severity, Severity::error);
+    counter.setActions(nullptr, nullptr);
+    EXPECT_NE(factoryFor(CLSID_FlvByteStreamHandler), nullptr);
+}
+
+TEST_F(ClassFactoryTest, RefusesAnIdentifierThatCannotBeRead) {
+    const volatile std::uintptr_t noAddress = 8;
+    const GUID& unreadable = *reinterpret_cast<const GUID*>(noAddress);
+    const auto factory = factoryFor(CLSID_FlvByteStreamHandler);
+    void* object = &object;
+    EXPECT_EQ(factory->QueryInterface(unreadable, &object), E_FAIL);
+    EXPECT_EQ(object, nullptr);
+    object = &object;
+    EXPECT_EQ(factory->CreateInstance(nullptr, unreadable, &object), E_FAIL);
+    EXPECT_EQ(object, nullptr);
+    object = &object;
+    EXPECT_EQ(DllGetClassObject(CLSID_FlvByteStreamHandler, unreadable, &object), E_FAIL);
+    EXPECT_EQ(object, nullptr);
+    object = &object;
+    EXPECT_EQ(DllGetClassObject(unreadable, IID_IUnknown, &object), E_FAIL);
+    EXPECT_EQ(object, nullptr);
+    EXPECT_EQ(LogCapture::snapshots(), 4U);
+    EXPECT_EQ(ModuleUsageCounter::instance().count(), 1U); // the factory
 }
 
 } // namespace

@@ -5,9 +5,25 @@
 #include "tests/support/LogCapture.h"
 #include "tests/support/ModuleSetting.h"
 
+#include <windows.h>
+
+#include <cstdlib>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <windows.h>
+#include <new>
+#include <utility>
+
+namespace {
+bool nextAllocationFails = false;
+}
+
+void* operator new(std::size_t size) {
+    void* const memory = std::exchange(nextAllocationFails, false) ? nullptr : std::malloc(size);
+    if (memory == nullptr) {
+        throw std::bad_alloc();
+    }
+    return memory;
+}
 
 extern "C" BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID reserved);
 
@@ -49,6 +65,19 @@ TEST(DllMain, RecordsAnUnknownReasonAsAnUnknownException) {
     EXPECT_TRUE(callDllMain(4));
     const auto record = log.find("Exception caught. class JY::UnknownException, Unknown exception. @dllmain:30");
     EXPECT_EQ(record.severity, Severity::error);
+    EXPECT_EQ(record.file, "dllmain");
+    EXPECT_EQ(LogCapture::snapshots(), 1U);
+}
+
+TEST(DllMain, RecordsAnythingElseAsFatalWithASnapshot) {
+    const LogCapture log;
+    nextAllocationFails = true; // the log core's
+    EXPECT_TRUE(callDllMain(DLL_PROCESS_ATTACH));
+    EXPECT_FALSE(nextAllocationFails);
+    ModuleUsageCounter::instance().setActions(nullptr, nullptr);
+    const auto record = log.find("Unknown exception.");
+    EXPECT_EQ(record.severity, Severity::fatal);
+    EXPECT_EQ(record.message, "Unknown exception.");
     EXPECT_EQ(record.file, "dllmain");
     EXPECT_EQ(LogCapture::snapshots(), 1U);
 }

@@ -1,22 +1,35 @@
 #include "module/ClassId.h"
 #include "source/MfDeclarations.h"
+#include "tests/source/ClientObjects.h"
 #include "tests/support/DebugOutputCapture.h"
+#include "tests/support/FlvBuilder.h"
 #include "tests/support/ModuleSetting.h"
 #include "tests/support/OpenHandles.h"
+#include "tests/support/TempFile.h"
 
-#include <gtest/gtest.h>
+#include <mfapi.h>
 #include <windows.h>
 #include <wrl/client.h>
 
+#include <gtest/gtest.h>
 #include <stdexcept>
-#include <type_traits>
+#include <string>
 
 namespace {
 
 using JY::Pictaro::Fs::CLSID_FlvByteStreamHandler;
+using JY::Test::ClientCallback;
+using JY::Test::ClientObject;
+using JY::Test::ClientState;
 using JY::Test::DebugOutputCapture;
+using JY::Test::FlvBuilder;
+using JY::Test::MetaData;
 using JY::Test::ModuleSetting;
+using JY::Test::TempFile;
 using Microsoft::WRL::ComPtr;
+
+using GetClassObject = HRESULT WINAPI(REFCLSID, REFIID, void**);
+using CanUnloadNow = HRESULT WINAPI();
 
 /// The library as it is shipped, which stands beside the test program.
 class LoadedModule {
@@ -35,12 +48,22 @@ public:
         return reinterpret_cast<Function*>(reinterpret_cast<void*>(GetProcAddress(module_, name)));
     }
 
+    /// A handler, made by a factory that is gone again.
+    ComPtr<IMFByteStreamHandler> makeHandler() const {
+        ComPtr<IClassFactory> factory;
+        EXPECT_EQ(find<GetClassObject>("DllGetClassObject")(CLSID_FlvByteStreamHandler, IID_IClassFactory,
+                                                            reinterpret_cast<void**>(factory.GetAddressOf())),
+                  S_OK);
+        ComPtr<IMFByteStreamHandler> handler;
+        EXPECT_EQ(factory->CreateInstance(nullptr, __uuidof(IMFByteStreamHandler),
+                                          reinterpret_cast<void**>(handler.GetAddressOf())),
+                  S_OK);
+        return handler;
+    }
+
 private:
     HMODULE module_;
 };
-
-using GetClassObject = HRESULT WINAPI(REFCLSID, REFIID, void**);
-using CanUnloadNow = HRESULT WINAPI();
 
 TEST(Dll, MakesAHandlerAndTellsWhenItMayBeUnloaded) {
     const LoadedModule module;
@@ -50,9 +73,9 @@ TEST(Dll, MakesAHandlerAndTellsWhenItMayBeUnloaded) {
     ASSERT_NE(getClassObject, nullptr);
     EXPECT_EQ(canUnloadNow(), S_OK);
     ComPtr<IClassFactory> factory;
-    ASSERT_EQ(getClassObject(CLSID_FlvByteStreamHandler, IID_IClassFactory,
-                             reinterpret_cast<void**>(factory.GetAddressOf())),
-              S_OK);
+    ASSERT_EQ(
+        getClassObject(CLSID_FlvByteStreamHandler, IID_IClassFactory, reinterpret_cast<void**>(factory.GetAddressOf())),
+        S_OK);
     ComPtr<IMFByteStreamHandler> handler;
     ASSERT_EQ(factory->CreateInstance(nullptr, __uuidof(IMFByteStreamHandler),
                                       reinterpret_cast<void**>(handler.GetAddressOf())),
@@ -68,8 +91,8 @@ TEST(Dll, MakesAHandlerAndTellsWhenItMayBeUnloaded) {
 
 TEST(Dll, ExportsTheRegistrationFunctions) {
     const LoadedModule module;
-    for (const char* const name : {"DllRegisterServer", "DllUnregisterServer", "RegisterServerFromMsi",
-                                   "UnregisterServerFromMsi"}) {
+    for (const char* const name :
+         {"DllRegisterServer", "DllUnregisterServer", "RegisterServerFromMsi", "UnregisterServerFromMsi"}) {
         EXPECT_NE(module.find<void>(name), nullptr) << name;
     }
 }
@@ -96,12 +119,91 @@ TEST(Dll, SurvivesAFaultOfItsCaller) {
 
 TEST(Dll, LetsExceptionsOfItsHostPass) {
     const LoadedModule module;
-    auto* const canUnloadNow = module.find<CanUnloadNow>("DllCanUnloadNow");
-    EXPECT_EQ(canUnloadNow(), S_OK); // leaves the translator on this thread
+    EXPECT_EQ(module.find<CanUnloadNow>("DllCanUnloadNow")(), S_OK); // leaves the translator on this thread
     EXPECT_THROW(throw std::runtime_error("host"), std::runtime_error);
     const DebugOutputCapture output;
     OutputDebugStringA("host");
     EXPECT_EQ(output.count("host"), 1U);
+}
+
+/// A result of the host that the module asks for its object.
+class HostResult : public ClientObject<IMFAsyncResult> {
+public:
+    HRESULT STDMETHODCALLTYPE GetState(IUnknown**) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE GetStatus() override { return S_OK; }
+    HRESULT STDMETHODCALLTYPE SetStatus(HRESULT) override { return E_NOTIMPL; }
+    IUnknown* STDMETHODCALLTYPE GetStateNoAddRef() override { return nullptr; }
+};
+
+HRESULT endCreateObject(IMFByteStreamHandler& handler, HostResult& result) {
+    MF_OBJECT_TYPE type = MF_OBJECT_INVALID;
+    ComPtr<IUnknown> object;
+    return handler.EndCreateObject(&result, &type, object.GetAddressOf());
+}
+
+TEST(Dll, LeavesToItsHostWhatTheHostCatchesInsideACallback) {
+    class Result final : public HostResult {
+    public:
+        HRESULT STDMETHODCALLTYPE GetObject(IUnknown** object) override {
+            *object = nullptr;
+            try {
+                throw std::runtime_error("host");
+            } catch (const std::runtime_error&) {
+                return E_ACCESSDENIED;
+            }
+        }
+    } result;
+    const LoadedModule module;
+    const auto handler = module.makeHandler();
+    const DebugOutputCapture output;
+    EXPECT_EQ(endCreateObject(*handler.Get(), result), E_ACCESSDENIED);
+    EXPECT_EQ(output.count("class JY::ApiErrorException, GetObject: (0x80070005;"), 1U);
+    EXPECT_EQ(output.count(" fatal "), 0U);
+}
+
+TEST(Dll, EndsTheCallThatItsHostThrowsInto) {
+    class Result final : public HostResult {
+    public:
+        HRESULT STDMETHODCALLTYPE GetObject(IUnknown**) override { throw std::runtime_error("thrown by the host"); }
+    } result;
+    const LoadedModule module;
+    const auto handler = module.makeHandler();
+    for (int round = 0; round < 3; ++round) {
+        const DebugOutputCapture output;
+        EXPECT_EQ(endCreateObject(*handler.Get(), result), E_FAIL);
+        EXPECT_EQ(output.count(" fatal "), 1U);
+        EXPECT_EQ(output.count(") thrown by the host\n"), 1U);
+        EXPECT_THROW(throw std::runtime_error("host"), std::runtime_error);
+    }
+}
+
+TEST(Dll, SourceKeepsTheModuleLoaded) {
+    const TempFile file(FlvBuilder(FlvBuilder::audio)
+                            .onMetaData(MetaData().duration(1))
+                            .aacSequenceHeader(0)
+                            .aacRaw(0, {1, 2, 3})
+                            .aacRaw(23, {4, 5, 6})
+                            .build());
+    ASSERT_EQ(MFStartup(MF_VERSION, MFSTARTUP_FULL), S_OK);
+    const LoadedModule module;
+    auto* const canUnloadNow = module.find<CanUnloadNow>("DllCanUnloadNow");
+    auto handler = module.makeHandler();
+    ClientState bytes; // in the place of a byte stream, which is not used
+    ClientCallback callback;
+    const std::wstring url = L"file://" + file.path();
+    ASSERT_EQ(handler->BeginCreateObject(reinterpret_cast<IMFByteStream*>(&bytes), url.c_str(),
+                                         MF_RESOLUTION_MEDIASOURCE, nullptr, nullptr, &callback, nullptr),
+              S_OK);
+    ASSERT_TRUE(callback.becomesCalled());
+    MF_OBJECT_TYPE type = MF_OBJECT_INVALID;
+    ComPtr<IUnknown> source;
+    ASSERT_EQ(handler->EndCreateObject(callback.takeResult().Get(), &type, source.GetAddressOf()), S_OK);
+    handler.Reset();
+    EXPECT_TRUE(callback.becomesForgotten());
+    EXPECT_EQ(canUnloadNow(), S_FALSE);
+    source.Reset();
+    EXPECT_TRUE(JY::Test::becomesTrue([&] { return canUnloadNow() == S_OK; }));
+    MFShutdown();
 }
 
 TEST(Dll, CanBeLoadedAndUnloadedManyTimes) {

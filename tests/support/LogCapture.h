@@ -8,12 +8,12 @@
 
 namespace JY::Test {
 
-/// A record as a sink received it.
+/// A record as a sink received it. One that stands for no record has a severity that no record has, and no file.
 struct CapturedRecord {
-    Log2::Severity severity;
+    Log2::Severity severity = static_cast<Log2::Severity>(-1);
     std::string file;
-    int line;
-    DWORD threadId;
+    int line = 0;
+    DWORD threadId = 0;
     std::string message;
 };
 
@@ -34,7 +34,7 @@ public:
     /// How many records have exactly this message, and (the second) this severity too.
     std::size_t count(const std::string& message) const;
     std::size_t count(Log2::Severity severity, const std::string& message) const;
-    /// The first record whose message contains `part`; a record with an empty file when there is none.
+    /// The first record whose message contains `part`; a CapturedRecord that stands for none when there is none.
     CapturedRecord find(const std::string& part) const;
     bool contains(const std::string& part) const { return !find(part).file.empty(); }
     /// How many snapshots have been asked for.

@@ -1,22 +1,32 @@
 #include "util/CallStack.h"
 
+#include "tests/support/DebugOutputCapture.h"
+#include "tests/support/ImportPatch.h"
 #include "util/ErrorException.h"
 #include "util/StackLock.h"
 #include "util/TextBuffer.h"
 
-#include <gtest/gtest.h>
 #include <windows.h>
+// dbghelp.h needs the types of windows.h.
+#include <dbghelp.h>
 
+#include <algorithm>
 #include <atomic>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 #include <mutex>
 #include <regex>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace {
 
 using namespace JY;
+using Test::DebugOutputCapture;
+using Test::ImportPatch;
+using testing::ElementsAre;
 
 constexpr SourceFile here{"CallStackTest"};
 
@@ -38,17 +48,11 @@ std::vector<std::string> framesOf(const std::string& stack) {
     return frames;
 }
 
-/// An exception and the address that the call making it returns to, named as a frame.
-struct Thrown {
-    std::string stack;
-    std::string site;
-};
-
-[[gnu::noinline]] Thrown throwHere() {
+[[gnu::noinline]] std::string stackThrownHere() {
     try {
         throw ErrorException(here(), "x");
     } catch (const ErrorException& exception) {
-        return {exception.callStack(), ""};
+        return exception.callStack();
     }
 }
 
@@ -57,7 +61,7 @@ std::size_t offsetIn(const std::string& frame) {
 }
 
 TEST(CallStack, FramesWithoutSymbolsAreSectionOffsetAndModule) {
-    const auto frames = framesOf(throwHere().stack);
+    const auto frames = framesOf(stackThrownHere());
     ASSERT_GE(frames.size(), 2U);
     const std::regex form("[0-9a-f]+:[0-9a-f]+\\([^()]+\\)|Fail[123]");
     for (const std::string& frame : frames) {
@@ -96,8 +100,24 @@ TEST(CallStack, ShowsRecursionOnce) {
     }
 }
 
-TEST(CallStack, HoldsThirtyFramesAtMost) {
-    EXPECT_LE(framesOf(recurse(100)).size(), 30U);
+[[gnu::noipa]] std::string oddStep(int depth);
+
+[[gnu::noipa]] std::string evenStep(int depth) {
+    const std::string stack = depth == 0 ? ErrorException(here(), "x").callStack() : oddStep(depth - 1);
+    return stack + ""; // keeps this from being a tail call
+}
+
+std::string oddStep(int depth) {
+    const std::string stack = evenStep(depth - 1);
+    return stack + "";
+}
+
+TEST(CallStack, KeepsThirtyOfADeeperStack) {
+    EXPECT_LT(framesOf(evenStep(2)).size(), 30U);
+    const auto frames = framesOf(evenStep(60)); // no frame is equal to the one beside it
+    ASSERT_EQ(frames.size(), 30U);
+    EXPECT_EQ(frames.back(), frames[27]);
+    EXPECT_NE(frames.back(), frames[28]);
 }
 
 TEST(CallStack, IsCapturedByManyThreadsAtOnce) {
@@ -106,7 +126,7 @@ TEST(CallStack, IsCapturedByManyThreadsAtOnce) {
     for (int i = 0; i < 8; ++i) {
         threads.emplace_back([&] {
             for (int round = 0; round < 50; ++round) {
-                good += throwHere().stack.empty() ? 0 : 1;
+                good += stackThrownHere().empty() ? 0 : 1;
             }
         });
     }
@@ -114,18 +134,115 @@ TEST(CallStack, IsCapturedByManyThreadsAtOnce) {
     EXPECT_EQ(good, 400);
 }
 
-TEST(SymbolLookup, IsOffAndGivesNoNames) {
+TEST(SymbolSwitch, IsOffAndGivesNoNames) {
     EXPECT_FALSE(symbolLookupEnabled);
-    const StackFrame frame = lookUpSymbol(reinterpret_cast<const void*>(&throwHere));
+    const StackFrame frame = lookUpSymbol(reinterpret_cast<const void*>(&stackThrownHere));
     EXPECT_TRUE(frame.name.empty());
     EXPECT_TRUE(frame.file.empty());
 }
 
-TEST(SymbolLookup, ThatFailsGivesNoNames) {
-    symbolLookupEnabled = true; // no symbol handler has been initialised
-    const StackFrame frame = lookUpSymbol(reinterpret_cast<const void*>(&throwHere));
-    symbolLookupEnabled = false;
+class SymbolLookup : public testing::Test {
+protected:
+    SymbolLookup() { symbolLookupEnabled = true; }
+    ~SymbolLookup() override { symbolLookupEnabled = false; }
+};
+
+TEST_F(SymbolLookup, ThatFailsGivesNoNames) {
+    const StackFrame frame = lookUpSymbol(reinterpret_cast<const void*>(&stackThrownHere)); // no symbols are loaded
     EXPECT_TRUE(frame.name.empty());
+    EXPECT_TRUE(frame.file.empty());
+}
+
+/// A symbol handler of the test's own, which gives these names one after the other and then the last one.
+class SymbolHandler {
+public:
+    explicit SymbolHandler(std::vector<std::string> names, DWORD64 symbolAddress = 1, bool knowsLines = true) {
+        names_ = std::move(names);
+        next_ = 0;
+        symbolAddress_ = symbolAddress;
+        knowsLines_ = knowsLines;
+    }
+
+private:
+    static BOOL WINAPI findSymbol(HANDLE, DWORD64, DWORD64* displacement, SYMBOL_INFO* symbol) {
+        EXPECT_EQ(symbol->SizeOfStruct, 88U);
+        EXPECT_EQ(symbol->MaxNameLen, 424U);
+        const std::string& name = names_[std::min(next_++, names_.size() - 1)];
+        name.copy(symbol->Name, name.size());
+        symbol->Address = symbolAddress_;
+        *displacement = 7;
+        return TRUE;
+    }
+    static BOOL WINAPI findLine(HANDLE, DWORD64, DWORD*, IMAGEHLP_LINE64* line) {
+        static char path[] = "C:\\folder\\file.cpp";
+        EXPECT_EQ(line->SizeOfStruct, 40U);
+        line->FileName = path;
+        line->LineNumber = 12;
+        return knowsLines_ ? TRUE : FALSE;
+    }
+
+    static inline std::vector<std::string> names_;
+    static inline std::size_t next_;
+    static inline DWORD64 symbolAddress_;
+    static inline bool knowsLines_;
+    ImportPatch<decltype(&SymFromAddr)> symbols_{"SymFromAddr", &findSymbol};
+    ImportPatch<decltype(&SymGetLineFromAddr64)> lines_{"SymGetLineFromAddr64", &findLine};
+};
+
+TEST_F(SymbolLookup, GivesNameFileAndLine) {
+    const SymbolHandler handler({"function"});
+    const StackFrame frame = lookUpSymbol(reinterpret_cast<const void*>(1));
+    EXPECT_EQ(frame.name, "function");
+    EXPECT_EQ(frame.file, "file.cpp");
+    EXPECT_EQ(frame.line, 12U);
+}
+
+TEST_F(SymbolLookup, GivesTheDisplacementInPlaceOfAnUnknownLine) {
+    const SymbolHandler handler({"function"}, 1, false);
+    const StackFrame frame = lookUpSymbol(reinterpret_cast<const void*>(1));
+    EXPECT_EQ(frame.name, "function");
+    EXPECT_EQ(frame.file, "?");
+    EXPECT_EQ(frame.line, 7U);
+}
+
+TEST_F(SymbolLookup, GivesTheNameAloneOfASymbolWithoutAnAddress) {
+    const SymbolHandler handler({"function"}, 0);
+    const StackFrame frame = lookUpSymbol(reinterpret_cast<const void*>(1));
+    EXPECT_EQ(frame.name, "function");
+    EXPECT_TRUE(frame.file.empty());
+}
+
+TEST_F(SymbolLookup, EndsTheCallStackBehindTheEntryOfTheModule) {
+    for (const std::string entry : {"main", "DllCanUnloadNow"}) {
+        const SymbolHandler handler({"one", "one", "two", entry, "beyond"});
+        EXPECT_EQ(recurse(8), "one@file.cpp:12,two@file.cpp:12," + entry + "@file.cpp:12");
+    }
+}
+
+TEST_F(SymbolLookup, DoesNotEndTheCallStackAtALongerName) {
+    const SymbolHandler handler({"mainLoop", "two", "main", "beyond"}, 0);
+    EXPECT_EQ(recurse(8), "mainLoop,two,main");
+}
+
+USHORT WINAPI captureNothing(ULONG, ULONG, PVOID*, PULONG) {
+    return 0;
+}
+
+TEST(CallStack, IsEmptyWhenNothingCanBeCaptured) {
+    const ImportPatch<decltype(&RtlCaptureStackBackTrace)> patch("RtlCaptureStackBackTrace", &captureNothing);
+    EXPECT_EQ(stackThrownHere(), "");
+}
+
+DWORD WINAPI findNoFileName(HMODULE, LPSTR, DWORD) {
+    SetLastError(0x1234);
+    return 0;
+}
+
+TEST(DescribeModuleAddress, AnswersFail2ForAModuleWithoutAFileAndTellsTheDebuggerWhy) {
+    const ImportPatch<decltype(&GetModuleFileNameA)> patch("GetModuleFileNameA", &findNoFileName);
+    const DebugOutputCapture output;
+    EXPECT_EQ(describeModuleAddress(reinterpret_cast<const void*>(&stackThrownHere)), "Fail2");
+    EXPECT_THAT(output.lines(), ElementsAre("GetModuleFileNameA failed. 1234"));
 }
 
 TEST(DescribeModuleAddress, GivesSectionOffsetAndFileName) {
@@ -138,6 +255,12 @@ TEST(DescribeModuleAddress, GivesSectionOffsetAndFileName) {
 
 TEST(DescribeModuleAddress, AnswersFail1OutsideAnyModule) {
     EXPECT_EQ(describeModuleAddress(reinterpret_cast<const void*>(1)), "Fail1");
+}
+
+TEST(DescribeModuleAddress, TellsTheDebuggerWhyItAnsweredFail1) {
+    const DebugOutputCapture output;
+    EXPECT_EQ(describeModuleAddress(reinterpret_cast<const void*>(1)), "Fail1");
+    EXPECT_THAT(output.lines(), ElementsAre("GetModuleHandleExA failed. 7e")); // ERROR_MOD_NOT_FOUND
 }
 
 TEST(DescribeModuleAddress, TakesTheNullAddressForTheProgramAsTheSystemDoes) {

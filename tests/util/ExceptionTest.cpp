@@ -1,12 +1,12 @@
+#include "tests/support/ImportPatch.h"
 #include "util/ApiErrorException.h"
 #include "util/ErrorException.h"
 #include "util/FatalException.h"
 #include "util/StructureException.h"
 #include "util/UnknownException.h"
 
-#include <gtest/gtest.h>
-
 #include <array>
+#include <gtest/gtest.h>
 #include <string>
 #include <type_traits>
 #include <utility>
@@ -14,6 +14,7 @@
 namespace {
 
 using namespace JY;
+using Test::ImportPatch;
 
 constexpr SourceFile here{"ExceptionTest"};
 constexpr GUID unknownId{0, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
@@ -21,6 +22,16 @@ constexpr GUID unknownId{0, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
 std::string braced(const Exception& exception) {
     return "{" + exception.callStack() + "}";
 }
+
+USHORT WINAPI captureNothing(ULONG, ULONG, PVOID*, PULONG) {
+    return 0;
+}
+
+/// No call stack can be captured for as long as it lives.
+class StackOutOfReach {
+private:
+    ImportPatch<decltype(&RtlCaptureStackBackTrace)> patch_{"RtlCaptureStackBackTrace", &captureNothing};
+};
 
 TEST(Exception, IsNotAStandardException) {
     EXPECT_FALSE((std::is_base_of_v<std::exception, Exception>));
@@ -37,6 +48,11 @@ TEST(ErrorException, DescribesMessagePositionAndStack) {
     const ErrorException exception(here.at(65), "Not read yet.");
     ASSERT_FALSE(exception.callStack().empty());
     EXPECT_EQ(exception.getDescription(), "Not read yet. @ExceptionTest:65 " + braced(exception));
+}
+
+TEST(ErrorException, WithoutAStackIsDescribedWithoutBraces) {
+    const StackOutOfReach outOfReach;
+    EXPECT_EQ(ErrorException(here.at(65), "Not read yet.").getDescription(), "Not read yet. @ExceptionTest:65");
 }
 
 TEST(ErrorException, IsThrownWithItsOwnTypeAfterStreaming) {
@@ -67,6 +83,12 @@ TEST(ApiErrorException, DescribesTheCodeInTheSystemsWords) {
     const ApiErrorException exception(here.at(44), "CreateFile", ERROR_FILE_NOT_FOUND);
     EXPECT_EQ(exception.getDescription(), "CreateFile: (0x2;" + describeSystemError(ERROR_FILE_NOT_FOUND) +
                                               ") @ExceptionTest:44" + braced(exception));
+}
+
+TEST(ApiErrorException, WithoutAStackKeepsItsBraces) {
+    const StackOutOfReach outOfReach;
+    EXPECT_EQ(ApiErrorException(here.at(44), "CreateFile", 0x2FFFFFFF).getDescription(),
+              "CreateFile: (0x2fffffff;805306367) @ExceptionTest:44{}");
 }
 
 TEST(ApiErrorException, IsRaisedForAFailedResultOnly) {
@@ -134,6 +156,12 @@ TEST_F(StructureExceptionTest, DescribesSymbolAndStack) {
     const auto exception = make(EXCEPTION_INT_DIVIDE_BY_ZERO, address);
     EXPECT_EQ(exception.getDescription(),
               "INT_DIVIDE_BY_ZERO @" + describeModuleAddress(address) + " (:0)" + braced(exception));
+}
+
+TEST_F(StructureExceptionTest, WithoutAStackKeepsItsBraces) {
+    const StackOutOfReach outOfReach;
+    EXPECT_EQ(make(EXCEPTION_ACCESS_VIOLATION, reinterpret_cast<void*>(1)).getDescription(),
+              "ACCESS_VIOLATION @Fail1 (:0){}");
 }
 
 TEST_F(StructureExceptionTest, PrintsNullForACodeThatIsNotInTheTable) {

@@ -5,7 +5,6 @@
 #include "util/StructureException.h"
 
 #include <gtest/gtest.h>
-
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -137,7 +136,7 @@ TEST(StructuredExceptionGuard, LetsDebuggerOutputPassUntouched) {
 
 LONG CALLBACK resumeOwnException(EXCEPTION_POINTERS* pointers) {
     return pointers->ExceptionRecord->ExceptionCode == 0xE0004321 ? EXCEPTION_CONTINUE_EXECUTION
-                                                                   : EXCEPTION_CONTINUE_SEARCH;
+                                                                  : EXCEPTION_CONTINUE_SEARCH;
 }
 
 TEST(StructuredExceptionGuard, LetsTheHostsVectoredHandlerGoFirst) {
@@ -149,11 +148,21 @@ TEST(StructuredExceptionGuard, LetsTheHostsVectoredHandlerGoFirst) {
 
 } // namespace
 
-// A frame with a structured handler of its own, as a host inside a callback may have one: it resumes behind the raise.
+namespace {
+DWORD codeThatTheHostHandles = 0;
+unsigned exceptionsThatTheHostSaw = 0;
+} // namespace
+
+// A frame with a structured handler of its own, as a host may have one around a call of the module or inside a
+// callback: it resumes behind the raise.
 extern "C" [[gnu::used]] EXCEPTION_DISPOSITION resumeInHostFrame(EXCEPTION_RECORD* record, void*, CONTEXT*, void*) {
-    return record->ExceptionCode == 0xE0009876 ? ExceptionContinueExecution : ExceptionContinueSearch;
+    if (record->ExceptionCode != codeThatTheHostHandles) {
+        return ExceptionContinueSearch;
+    }
+    ++exceptionsThatTheHostSaw;
+    return ExceptionContinueExecution;
 }
-extern "C" void callInHostFrame(void (*body)());
+extern "C" void callInHostFrame(void (*body)(void*), void* argument);
 asm(R"(
     .text
     .globl callInHostFrame
@@ -162,7 +171,9 @@ callInHostFrame:
     subq $40, %rsp
     .seh_stackalloc 40
     .seh_endprologue
-    call *%rcx
+    movq %rcx, %rax
+    movq %rdx, %rcx
+    call *%rax
     nop
     addq $40, %rsp
     ret
@@ -172,14 +183,74 @@ callInHostFrame:
 
 namespace {
 
+/// Runs `body` in a frame of the host that handles exceptions with `code`; tells how many it handled.
+template <class Body>
+unsigned runInHostThatHandles(DWORD code, Body body) {
+    codeThatTheHostHandles = code;
+    exceptionsThatTheHostSaw = 0;
+    callInHostFrame([](void* argument) { (*static_cast<Body*>(argument))(); }, &body);
+    return exceptionsThatTheHostSaw;
+}
+
 TEST(StructuredExceptionGuard, LetsAHostsStructuredHandlerInsideTheBodyGoFirst) {
     bool resumed = false;
     const auto code = codeOfFault([&] {
-        callInHostFrame([] { RaiseException(0xE0009876, 0, 0, nullptr); });
+        EXPECT_EQ(runInHostThatHandles(0xE0009876, [] { RaiseException(0xE0009876, 0, 0, nullptr); }), 1U);
         resumed = true;
     });
     EXPECT_TRUE(resumed);
     EXPECT_EQ(code, 0U);
+}
+
+/// Raises `code` below the guard, in a host that handles it outside; whether the guard let it through.
+bool reachesTheHost(DWORD code) {
+    bool resumed = false;
+    std::uint32_t translated = 0;
+    const unsigned handled = runInHostThatHandles(code, [&] {
+        translated = codeOfFault([&] {
+            RaiseException(code, 0, 0, nullptr);
+            resumed = true;
+        });
+    });
+    EXPECT_EQ(translated, resumed ? 0U : code);
+    EXPECT_EQ(handled, resumed ? 1U : 0U);
+    return resumed;
+}
+
+TEST(StructuredExceptionGuard, TranslatesAFaultThatOnlyAHostOutsideWouldHandle) {
+    EXPECT_FALSE(reachesTheHost(0xE0009876));
+    EXPECT_FALSE(reachesTheHost(0x80000003));
+}
+
+TEST(StructuredExceptionGuard, LetsInformationalExceptionsGoToTheHostsHandler) {
+    EXPECT_TRUE(reachesTheHost(0x40010005)); // Ctrl+C, for a debugger
+    EXPECT_TRUE(reachesTheHost(0x40010006)); // a debugger's output
+    EXPECT_TRUE(reachesTheHost(0x406D1389));
+}
+
+TEST(StructuredExceptionGuard, LetsTheNameOfAThreadPass) {
+    // The thread library of this compiler has a vectored handler for it, so that no frame is asked.
+    EXPECT_EQ(codeOfFault([] { RaiseException(0x406D1388, 0, 0, nullptr); }), 0U);
+}
+
+TEST(StructuredExceptionGuard, LetsForeignCppExceptionsGoToTheHostsHandler) {
+    EXPECT_TRUE(reachesTheHost(0xE06D7363));
+}
+
+TEST(StructuredExceptionGuard, LetsEverythingPassWithoutATranslator) {
+    std::thread([] {
+        ASSERT_EQ(setStructuredExceptionTranslator(nullptr), nullptr);
+        bool resumed = false;
+        const unsigned handled = runInHostThatHandles(0xE0009876, [&] {
+            callTranslated([&] {
+                RaiseException(0xE0009876, 0, 0, nullptr);
+                resumed = true;
+            });
+        });
+        EXPECT_EQ(handled, 1U);
+        EXPECT_TRUE(resumed);
+        EXPECT_THROW(callTranslated([] { throw std::runtime_error("own"); }), std::runtime_error);
+    }).join();
 }
 
 void otherTranslator(unsigned, EXCEPTION_POINTERS*) {
@@ -189,9 +260,7 @@ void otherTranslator(unsigned, EXCEPTION_POINTERS*) {
 TEST(TranslatorScope, PutsThePreviousTranslatorBack) {
     std::thread([] {
         setStructuredExceptionTranslator(&otherTranslator);
-        {
-            const TranslatorScope scope(&translateStructuredException);
-        }
+        { const TranslatorScope scope(&translateStructuredException); }
         EXPECT_EQ(setStructuredExceptionTranslator(nullptr), &otherTranslator);
     }).join();
 }
@@ -199,9 +268,7 @@ TEST(TranslatorScope, PutsThePreviousTranslatorBack) {
 TEST(TranslatorScope, LeavesItsTranslatorWhereThereWasNone) {
     std::thread([] {
         ASSERT_EQ(setStructuredExceptionTranslator(nullptr), nullptr);
-        {
-            const TranslatorScope scope(&translateStructuredException);
-        }
+        { const TranslatorScope scope(&translateStructuredException); }
         EXPECT_EQ(setStructuredExceptionTranslator(nullptr), &translateStructuredException);
     }).join();
 }
