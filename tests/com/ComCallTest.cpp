@@ -135,6 +135,18 @@ TEST_F(ComCallTest, LetsItsObserverSpeakBetweenTheFailureAndTheEndOfTheScope) {
     EXPECT_THAT(log.messages(true), ElementsAre("ENTER: Method", "failure", "observed", "EXIT: Method"));
 }
 
+TEST_F(ComCallTest, KeepsItsResultWhenTheSnapshotFails) {
+    Log2::setSnapshotWriter([] { throw std::runtime_error("snapshot"); });
+    EXPECT_EQ(comCall({here(), nullptr, "Method"}, {{"ppObject", nullptr}}, [](const ComCall&) { return S_OK; }),
+              E_INVALIDARG);
+    EXPECT_EQ(callThrowing(FatalException(here(), "Not read yet.")), E_FAIL);
+    EXPECT_EQ(call([](const ComCall& method) { return method.outOfMemory("pFactory"); }), E_OUTOFMEMORY);
+    EXPECT_EQ(log.count(Severity::fatal, "ppObject is NULL."), 1U);
+    EXPECT_EQ(log.find("Not read yet.").severity, Severity::fatal);
+    EXPECT_EQ(log.count(Severity::fatal, "pFactory is NULL."), 1U);
+    EXPECT_EQ(log.count("EXIT: Method"), 3U);
+}
+
 TEST_F(ComCallTest, RefusesTheFirstNullPointerWithoutRunningTheBody) {
     int object = 0;
     bool ran = false;

@@ -277,6 +277,27 @@ TEST(Logger, SurvivesASinkThatThrows) {
     EXPECT_NO_THROW(core->createLogger().warn(here()) << "x");
 }
 
+TEST(Core, SinkThatThrowsDoesNotKeepTheRecordFromTheOthers) {
+    std::vector<std::string> calls;
+    const auto core = boost::make_shared<CoreImpl>();
+    core->addSink(boost::make_shared<RecordingSink>(calls, "a"));
+    core->addSink(boost::make_shared<ThrowingSink>());
+    core->addSink(boost::make_shared<RecordingSink>(calls, "b"));
+    core->createLogger().warn(here()) << "x";
+    EXPECT_THAT(calls, ElementsAre("a x", "b x"));
+}
+
+TEST(CoreShutdown, ClosesEverySinkEvenWhenOneThrows) {
+    std::vector<std::string> calls;
+    const auto core = boost::make_shared<CoreImpl>();
+    core->addSink(boost::make_shared<RecordingSink>(calls, "a"));
+    core->addSink(boost::make_shared<ThrowingSink>());
+    core->addSink(boost::make_shared<RecordingSink>(calls, "b"));
+    EXPECT_NO_THROW(core->shutdown(ShutdownMode::silent));
+    core->createLogger().fatal(here()) << "x";
+    EXPECT_THAT(calls, ElementsAre("a close", "b close"));
+}
+
 constexpr int threadCount = 8;
 constexpr int roundCount = 500;
 
