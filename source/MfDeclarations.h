@@ -5,10 +5,10 @@
 
 #include <propsys.h>
 
-// Media Foundation's byte-stream handler interface, which MinGW-w64's headers lack. Platforms that have it define the
-// guard.
+// Media Foundation's byte-stream handler interface, which MinGW-w64's headers lack. Headers that have it define the
+// guard, whose name is therefore theirs.
 #ifndef __IMFByteStreamHandler_INTERFACE_DEFINED__
-#define __IMFByteStreamHandler_INTERFACE_DEFINED__
+#define __IMFByteStreamHandler_INTERFACE_DEFINED__ // NOLINT(bugprone-reserved-identifier)
 
 MIDL_INTERFACE("bb420aa4-765b-4a1f-91fe-d6a8a143924c")
 IMFByteStreamHandler : public IUnknown {

@@ -244,7 +244,6 @@ TEST_F(FlvSourceTest, CanSeekAndPause) {
 TEST_F(FlvSourceTest, RefusesNullPointersByName) {
     const Source source = open(media());
     ClientAsyncResult result;
-    const Position position;
     const Descriptor descriptor = describe(*source.Get());
     ComPtr<IMFMediaEvent> event;
     const struct {
@@ -542,6 +541,7 @@ ComPtr<IMFStreamDescriptor> makeStreamDescriptor(DWORD streamId) {
 ComPtr<IMFPresentationDescriptor> makeDescriptor(const std::vector<DWORD>& streamIds) {
     std::vector<ComPtr<IMFStreamDescriptor>> streams;
     std::vector<IMFStreamDescriptor*> pointers;
+    pointers.reserve(streamIds.size());
     for (const DWORD streamId : streamIds) {
         pointers.push_back(streams.emplace_back(makeStreamDescriptor(streamId)).Get());
     }

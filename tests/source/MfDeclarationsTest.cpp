@@ -44,8 +44,8 @@ TEST(IMFByteStreamHandler, HasItsDocumentedIdentifier) {
 TEST(IMFByteStreamHandler, HasItsMethodsInTheDocumentedOrder) {
     Handler handler;
     IMFByteStreamHandler* const object = &handler;
-    const HandlerSlots* slots = nullptr;
-    std::memcpy(&slots, object, sizeof slots);
+    HandlerSlots* slots = nullptr;
+    std::memcpy(static_cast<void*>(&slots), static_cast<const void*>(object), sizeof(void*));
     EXPECT_EQ(slots->beginCreateObject(object, nullptr, L"", 77, nullptr, nullptr, nullptr, nullptr), 77);
     MF_OBJECT_TYPE type = MF_OBJECT_INVALID;
     EXPECT_EQ(slots->endCreateObject(object, nullptr, &type, nullptr), 2);

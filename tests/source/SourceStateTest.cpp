@@ -17,7 +17,6 @@ using namespace JY::Pictaro;
 using namespace JY::Pictaro::Fs;
 using namespace JY::Test;
 using Log2::Severity;
-using Microsoft::WRL::ComPtr;
 using Texts = std::vector<std::string>;
 
 class SourceStateTest : public SourceTest {

@@ -42,6 +42,7 @@ FlvBuilder SourceTest::indexedMedia(const std::vector<unsigned>& seconds) {
     };
     const FlvBuilder draft = withPositions(std::vector<double>(seconds.size())); // laid out as the final file
     std::vector<double> positions;
+    positions.reserve(seconds.size());
     for (const unsigned second : seconds) {
         positions.push_back(static_cast<double>(draft.tagPosition(videoTagOf(second))));
     }

@@ -25,7 +25,7 @@ public:
     template <class Function>
     Function* replace(IUnknown& object, std::size_t slot, Function* replacement) {
         void* const* shared = nullptr;
-        std::memcpy(&shared, &object, sizeof shared);
+        std::memcpy(&shared, static_cast<const void*>(&object), sizeof shared);
         std::memcpy(slots_.data(), shared, sizeof slots_);
         auto* const original = reinterpret_cast<Function*>(slots_[slot]);
         slots_[slot] = reinterpret_cast<void*>(replacement);
