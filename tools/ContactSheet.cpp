@@ -14,6 +14,9 @@ namespace JY::Tools {
 
 namespace {
 
+/// Pictures at least so wide take a label of double size.
+constexpr unsigned wideCell = 240;
+
 constexpr Bgra background{48, 48, 48};
 
 void copyInto(Picture& sheet, const Picture& part, unsigned left, unsigned top) {
@@ -26,7 +29,8 @@ void copyInto(Picture& sheet, const Picture& part, unsigned left, unsigned top) 
 
 void placeStill(Picture& sheet, const SheetLayout& layout, unsigned index, const Still& still) {
     Picture cell = scaled(still.picture, layout.cell.width, layout.cell.height);
-    drawLabel(cell, timeText(still.time), 0, cell.height());
+    const unsigned dot = cell.width() >= wideCell ? 2 : 1;
+    drawLabel(cell, timeText(still.time), 0, cell.height(), dot);
     copyInto(sheet, cell, layout.left(index), layout.top(index));
 }
 

@@ -1,12 +1,14 @@
 #include "tools/FrameGrabber.h"
 
+#include "tools/BestFrame.h"
 #include "tools/Failure.h"
 #include "tools/SourceFacts.h"
 #include "tools/StreamReader.h"
-#include "tools/WrappedTime.h"
 
 #include <mfapi.h>
 #include <mferror.h>
+
+#include <algorithm>
 
 using Microsoft::WRL::ComPtr;
 
@@ -14,39 +16,10 @@ namespace JY::Tools {
 
 namespace {
 
-/// The last of the pictures given that begins at a time or before, else the earliest.
-class BestFrame {
-public:
-    explicit BestFrame(LONGLONG wanted) : wanted_(wanted) {}
-
-    /// Pictures come in the order of their times.
-    void consider(const std::vector<DecodedFrame>& frames) {
-        for (const DecodedFrame& frame : frames) {
-            const LONGLONG time = unwrapped(frame.time, wanted_);
-            passed_ = passed_ || time > wanted_;
-            if (!best_ || (time <= wanted_ && time >= bestTime_)) {
-                best_ = frame;
-                bestTime_ = time;
-            }
-        }
-    }
-
-    /// Whether a later picture has been seen, so that nothing better can follow.
-    bool passed() const { return passed_; }
-
-    Still still() const {
-        if (!best_) {
-            throw Failure(MF_E_NOT_FOUND, "decoding a picture");
-        }
-        return {pictureOf(*best_), bestTime_};
-    }
-
-private:
-    LONGLONG wanted_;
-    std::optional<DecodedFrame> best_;
-    LONGLONG bestTime_ = 0;
-    bool passed_ = false;
-};
+/// How far before the wanted time (100 ns) reading begins anew when no picture of that time is found, and how that
+/// grows: a source may start at a key frame whose picture is seen later than the time asked for.
+constexpr LONGLONG firstStepBack = 10'000'000;
+constexpr LONGLONG stepGrowth = 4;
 
 /// The stream's type; pictures in NV12 are chosen when the stream offers them.
 ComPtr<IMFMediaType> chooseType(IMFMediaTypeHandler& types) {
@@ -79,15 +52,15 @@ void FrameGrabber::selectVideo() {
         const ComPtr<IMFMediaTypeHandler> types = typeHandlerOf(*stream.Get());
         GUID kind{};
         check(types->GetMajorType(&kind), "IMFMediaTypeHandler::GetMajorType");
-        if (kind != MFMediaType_Video || decoder_) {
+        if (kind != MFMediaType_Video || type_) {
             check(presentation_->DeselectStream(index), "IMFPresentationDescriptor::DeselectStream");
             continue;
         }
         check(presentation_->SelectStream(index), "IMFPresentationDescriptor::SelectStream");
         check(stream->GetStreamIdentifier(&stream_), "IMFStreamDescriptor::GetStreamIdentifier");
-        decoder_.emplace(*chooseType(*types.Get()).Get());
+        type_ = chooseType(*types.Get());
     }
-    if (!decoder_) {
+    if (!type_) {
         throw Failure(MF_E_NOT_FOUND, "looking for a video stream");
     }
 }
@@ -101,27 +74,65 @@ std::optional<LONGLONG> FrameGrabber::duration() const {
 }
 
 Still FrameGrabber::stillAt(LONGLONG time) {
-    start(time);
+    BestFrame best(time);
+    look(time, best);
+    LONGLONG start = time;
+    for (LONGLONG back = firstStepBack; !best.fits() && start > 0; back *= stepGrowth) {
+        start = std::max(time - back, 0LL);
+        look(start, best);
+    }
+    if (!best.frame()) {
+        throw Failure(MF_E_NOT_FOUND, "decoding a picture");
+    }
+    return {pictureOf(*best.frame()), best.time()};
+}
+
+/// Reads from `start` on until the best picture is known.
+void FrameGrabber::look(LONGLONG start, BestFrame& best) {
+    startVideo(start);
+    PlaybackEnd end;
+    StreamReader reader(videoStream(), end);
+    VideoDecoder decoder(*type_.Get());
+    while (const std::optional<DeliveredSample> delivered = reader.next()) {
+        if (best.consider(decoder.decode(*delivered->sample.Get()))) {
+            return;
+        }
+    }
+    const std::vector<DecodedFrame> last = decoder.drain();
+    best.consider(last);
+    if (last.empty()) {
+        pushOut(start, decoder, best);
+    }
+}
+
+/// Gets the last pictures out of a decoder that gives them only when more follow: it is given the samples from `start`
+/// on again, until a picture of those comes, which is one before the last or one that had no place in the stream.
+void FrameGrabber::pushOut(LONGLONG start, VideoDecoder& decoder, BestFrame& best) {
+    const LONGLONG latestPicture = decoder.latestPicture();
+    const LONGLONG latestSample = decoder.latestSample();
+    startVideo(start);
+    PlaybackEnd end;
+    StreamReader reader(videoStream(), end);
+    while (const std::optional<DeliveredSample> delivered = reader.next()) {
+        for (const DecodedFrame& frame : decoder.decode(*delivered->sample.Get())) {
+            if (frame.time <= latestPicture || frame.time > latestSample) {
+                return;
+            }
+            best.consider({frame});
+        }
+    }
+}
+
+IMFMediaStream& FrameGrabber::videoStream() const {
     const auto found = playback_.streams().find(stream_);
     if (found == playback_.streams().end()) {
         throw Failure(MF_E_INVALIDSTREAMNUMBER, "starting the video stream");
     }
-    decoder_->flush();
-    PlaybackEnd end;
-    StreamReader reader(*found->second.Get(), end);
-    BestFrame best(time);
-    while (!best.passed()) {
-        const std::optional<DeliveredSample> delivered = reader.next();
-        best.consider(delivered ? decoder_->decode(*delivered->sample.Get()) : decoder_->drain());
-        if (!delivered) {
-            break;
-        }
-    }
-    return best.still();
+    return *found->second.Get();
 }
 
 /// Some sources start all of their streams or none: they are asked for all when they refuse the video alone.
-void FrameGrabber::start(LONGLONG time) {
+void FrameGrabber::startVideo(LONGLONG time) {
     try {
         playback_.start(*presentation_.Get(), time);
     } catch (const Failure& failure) {

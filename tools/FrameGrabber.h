@@ -1,5 +1,6 @@
 #pragma once
 
+#include "tools/BestFrame.h"
 #include "tools/Picture.h"
 #include "tools/Playback.h"
 #include "tools/VideoDecoder.h"
@@ -36,12 +37,15 @@ public:
 
 private:
     void selectVideo();
-    void start(LONGLONG time);
+    void startVideo(LONGLONG time);
+    void look(LONGLONG start, BestFrame& best);
+    void pushOut(LONGLONG start, VideoDecoder& decoder, BestFrame& best);
+    IMFMediaStream& videoStream() const;
 
     Playback playback_;
     Microsoft::WRL::ComPtr<IMFPresentationDescriptor> presentation_;
     DWORD stream_ = 0;
-    std::optional<VideoDecoder> decoder_;
+    Microsoft::WRL::ComPtr<IMFMediaType> type_;
 };
 
 } // namespace JY::Tools

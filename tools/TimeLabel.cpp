@@ -9,10 +9,9 @@ namespace {
 
 constexpr unsigned glyphWidth = 5;
 constexpr unsigned glyphHeight = 7;
-/// Every dot of a glyph becomes a square of so many pixels.
-constexpr unsigned dot = 2;
-constexpr unsigned margin = 2 * dot;
-constexpr unsigned advance = (glyphWidth + 1) * dot;
+/// In dots: around the text, and from one character to the next.
+constexpr unsigned margin = 2;
+constexpr unsigned advance = glyphWidth + 1;
 
 constexpr Bgra ink{255, 255, 255};
 constexpr Bgra paper{0, 0, 0};
@@ -47,7 +46,7 @@ void fill(Picture& picture, unsigned left, unsigned top, unsigned width, unsigne
     }
 }
 
-void drawGlyph(Picture& picture, char character, unsigned left, unsigned top) {
+void drawGlyph(Picture& picture, char character, unsigned left, unsigned top, unsigned dot) {
     const auto* glyph = std::ranges::find(glyphs, character, &Glyph::character);
     if (glyph == glyphs.end()) {
         return;
@@ -63,19 +62,20 @@ void drawGlyph(Picture& picture, char character, unsigned left, unsigned top) {
 
 } // namespace
 
-unsigned labelWidth(std::size_t characters) {
-    return static_cast<unsigned>(characters) * advance - dot + 2 * margin;
+unsigned labelWidth(std::size_t characters, unsigned dot) {
+    return (static_cast<unsigned>(characters) * advance - 1 + 2 * margin) * dot;
 }
 
-unsigned labelHeight() {
-    return glyphHeight * dot + 2 * margin;
+unsigned labelHeight(unsigned dot) {
+    return (glyphHeight + 2 * margin) * dot;
 }
 
-void drawLabel(Picture& picture, std::string_view text, unsigned left, unsigned bottom) {
-    const unsigned top = bottom - std::min(bottom, labelHeight());
-    fill(picture, left, top, labelWidth(text.size()), labelHeight(), paper);
+void drawLabel(Picture& picture, std::string_view text, unsigned left, unsigned bottom, unsigned dot) {
+    const unsigned top = bottom - std::min(bottom, labelHeight(dot));
+    fill(picture, left, top, labelWidth(text.size(), dot), labelHeight(dot), paper);
     for (std::size_t index = 0; index < text.size(); ++index) {
-        drawGlyph(picture, text[index], left + margin + static_cast<unsigned>(index) * advance, top + margin);
+        const unsigned offset = margin + static_cast<unsigned>(index) * advance;
+        drawGlyph(picture, text[index], left + offset * dot, top + margin * dot, dot);
     }
 }
 

@@ -2,11 +2,13 @@
 
 #include "tools/BufferLock.h"
 #include "tools/Failure.h"
+#include "tools/HostSystem.h"
 #include "tools/Nv12.h"
 
 #include <mfapi.h>
 #include <mferror.h>
 
+#include <algorithm>
 #include <span>
 
 using Microsoft::WRL::ComPtr;
@@ -54,6 +56,12 @@ ComPtr<IMFTransform> findDecoder(IMFMediaType& encoded) {
     throw Failure(MF_E_TOPO_CODEC_NOT_FOUND, "decoding the video");
 }
 
+LONGLONG timeOf(IMFSample& sample) {
+    LONGLONG time = 0;
+    check(sample.GetSampleTime(&time), "IMFSample::GetSampleTime");
+    return time;
+}
+
 } // namespace
 
 bool isNv12(IMFMediaType& type) {
@@ -73,6 +81,8 @@ VideoDecoder::VideoDecoder(IMFMediaType& encoded) : announced_(frameSizeOf(encod
 
 std::vector<DecodedFrame> VideoDecoder::decode(IMFSample& sample) {
     std::vector<DecodedFrame> frames;
+    earliestSample_ = std::min(earliestSample_, timeOf(sample));
+    latestSample_ = std::max(latestSample_, timeOf(sample));
     if (!transform_) {
         addFrame(frames, &sample);
         return frames;
@@ -96,12 +106,6 @@ std::vector<DecodedFrame> VideoDecoder::drain() {
     return frames;
 }
 
-void VideoDecoder::flush() {
-    if (transform_) {
-        check(transform_->ProcessMessage(MFT_MESSAGE_COMMAND_FLUSH, 0), "MFT_MESSAGE_COMMAND_FLUSH");
-    }
-}
-
 void VideoDecoder::chooseOutput() {
     for (DWORD index = 0;; ++index) {
         ComPtr<IMFMediaType> type;
@@ -109,6 +113,10 @@ void VideoDecoder::chooseOutput() {
         if (isNv12(*type.Get())) {
             check(transform_->SetOutputType(0, type.Get(), 0), "IMFTransform::SetOutputType");
             format_ = VideoFormat::of(*type.Get(), announced_);
+            if (runsUnderWine()) {
+                // Its decoders turn every stream's colours into these.
+                format_.matrix = YuvMatrix::bt601;
+            }
             check(transform_->GetOutputStreamInfo(0, &output_), "IMFTransform::GetOutputStreamInfo");
             return;
         }
@@ -133,10 +141,10 @@ void VideoDecoder::takeOutput(std::vector<DecodedFrame>& frames) {
     }
 }
 
-void VideoDecoder::addFrame(std::vector<DecodedFrame>& frames, const ComPtr<IMFSample>& sample) const {
-    DecodedFrame frame{sample, format_};
-    check(sample->GetSampleTime(&frame.time), "IMFSample::GetSampleTime");
-    frames.push_back(std::move(frame));
+void VideoDecoder::addFrame(std::vector<DecodedFrame>& frames, const ComPtr<IMFSample>& sample) {
+    const LONGLONG time = std::max(earliestSample_, timeOf(*sample.Get()));
+    latestPicture_ = std::max(latestPicture_, time);
+    frames.push_back({sample, format_, time});
 }
 
 HRESULT VideoDecoder::processOutput(DWORD flags, ComPtr<IMFSample>& sample) {

@@ -8,6 +8,7 @@
 #include <windows.h>
 #include <wrl/client.h>
 
+#include <limits>
 #include <vector>
 
 namespace JY::Tools {
@@ -20,7 +21,8 @@ struct DecodedFrame {
     LONGLONG time = 0;
 };
 
-/// The decoder that Media Foundation has for a type of video, giving pictures in NV12. One thread.
+/// The decoder that Media Foundation has for a type of video, giving pictures in NV12. One thread. For samples from
+/// another place of the stream a new decoder is made: not every system's decoders can forget what they hold.
 class VideoDecoder {
 public:
     /// @throws Failure when there is no decoder for the type.
@@ -30,13 +32,16 @@ public:
     std::vector<DecodedFrame> decode(IMFSample& sample);
     /// The pictures that it still holds at the end of the stream.
     std::vector<DecodedFrame> drain();
-    /// Forgets everything, for samples from another place of the stream.
-    void flush();
+
+    /// The latest times (100 ns) of the samples given and of the pictures taken so far; the least number before the
+    /// first.
+    LONGLONG latestSample() const { return latestSample_; }
+    LONGLONG latestPicture() const { return latestPicture_; }
 
 private:
     void chooseOutput();
     void takeOutput(std::vector<DecodedFrame>& frames);
-    void addFrame(std::vector<DecodedFrame>& frames, const Microsoft::WRL::ComPtr<IMFSample>& sample) const;
+    void addFrame(std::vector<DecodedFrame>& frames, const Microsoft::WRL::ComPtr<IMFSample>& sample);
     HRESULT processOutput(DWORD flags, Microsoft::WRL::ComPtr<IMFSample>& sample);
     Microsoft::WRL::ComPtr<IMFSample> makeOutputSample() const;
 
@@ -45,6 +50,10 @@ private:
     FrameSize announced_;
     VideoFormat format_;
     MFT_OUTPUT_STREAM_INFO output_{};
+    /// Of the samples given so far. Some decoders leave the first picture without its time.
+    LONGLONG earliestSample_ = std::numeric_limits<LONGLONG>::max();
+    LONGLONG latestSample_ = std::numeric_limits<LONGLONG>::min();
+    LONGLONG latestPicture_ = std::numeric_limits<LONGLONG>::min();
 };
 
 /// The picture of a frame, as it is to be seen.

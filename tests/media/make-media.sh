@@ -83,7 +83,7 @@ sound stereo 44100 3 && make audio "${aac[@]}"
 picture 320x180 3 && make video "${h264[@]}" "${index[@]}"
 picture 322x182 2 && sound stereo 44100 2 && make oddsize "${h264[@]}" "${aac[@]}" "${index[@]}"
 picture 1920x1080 1 && sound stereo 44100 1 &&
-    make hd -vf scale=out_color_matrix=bt709 -colorspace bt709 "${h264[@]}" "${aac[@]}" "${index[@]}"
+    make hd -vf format=gbrp,scale=out_color_matrix=bt709:out_range=tv -colorspace bt709 "${h264[@]}" "${aac[@]}" "${index[@]}"
 picture 160x90 40 && sound stereo 44100 40 &&
     make sparse "${h264[@]}" -g 375 -keyint_min 375 "${aac[@]}" "${index[@]}"
 

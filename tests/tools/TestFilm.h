@@ -1,0 +1,46 @@
+#pragma once
+
+#include "tools/Picture.h"
+
+#include <windows.h>
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace JY::Tools {
+
+/// What ffprobe tells of one packet of a film.
+struct ProbedPacket {
+    bool video = false;
+    /// Presentation time in milliseconds.
+    LONGLONG time = 0;
+    std::uint64_t bytes = 0;
+    bool key = false;
+    std::uint32_t crc = 0;
+};
+
+/// One of the films that the test data are made of, and what stands beside it. The folder is given by the environment
+/// variable JY_MEDIA_DIR.
+class TestFilm {
+public:
+    explicit TestFilm(const std::string& name);
+
+    std::wstring path() const { return file(".flv").wstring(); }
+    /// In the order of the file.
+    std::vector<ProbedPacket> packets() const;
+    std::vector<ProbedPacket> audioPackets() const;
+    std::vector<ProbedPacket> videoPackets() const;
+    /// The times of all pictures in their order, in milliseconds.
+    std::vector<LONGLONG> pictureTimes() const;
+    /// The picture to be seen at a time, "2.000" seconds. Its size is not in the file.
+    Picture pictureAt(const std::string& seconds, unsigned width, unsigned height) const;
+
+private:
+    std::filesystem::path file(const std::string& ending) const;
+
+    std::string name_;
+};
+
+} // namespace JY::Tools
