@@ -110,6 +110,12 @@ protected:
     ComPtr<FlvVideoStream> video = createStream<FlvVideoStream>();
 };
 
+/// A client's pointer that leads nowhere.
+template <class T>
+T* nowhere() {
+    return reinterpret_cast<T*>(std::uintptr_t{8});
+}
+
 FlvBuilder twoAudioFrames() {
     return FlvBuilder().aacSequenceHeader(0).aacRaw(0, {1, 2, 3}).aacRaw(23, {4, 5});
 }
@@ -352,6 +358,39 @@ TEST_F(FlvStreamTest, SurvivesPointersThatLeadNowhere) {
     descriptor->AddRef();
     EXPECT_EQ(descriptor->Release(), references);
     EXPECT_TRUE(log.contains("ACCESS_VIOLATION"));
+    EXPECT_TRUE(lockIsFree());
+}
+
+TEST_F(FlvStreamTest, SurvivesABadToken) {
+    open(twoAudioFrames().aacRaw(46, {6}).aacRaw(69, {7}));
+    EXPECT_EQ(audio->RequestSample(nowhere<IUnknown>()), E_FAIL);
+    EXPECT_TRUE(log.contains("ACCESS_VIOLATION"));
+    EXPECT_TRUE(lockIsFree());
+    EXPECT_THAT(eventTypes(*audio.Get()), ElementsAre());
+    ASSERT_TRUE(returnsInTime([stream = audio] { stream->RequestSample(nullptr); }));
+    EXPECT_THAT(eventTypes(*audio.Get()), ElementsAre(MEMediaSample));
+}
+
+TEST_F(FlvStreamTest, EventQueueStaysUsableAfterBadPointers) {
+    const ComPtr<Callback> callback = Pictaro::createObject<Callback>(counter);
+    ComPtr<IMFAsyncResult> result;
+    ASSERT_EQ(MFCreateAsyncResult(nullptr, callback.Get(), nullptr, result.GetAddressOf()), S_OK);
+    ASSERT_EQ(audio->queueEvent(MEStreamPaused), S_OK);
+    EXPECT_EQ(audio->GetEvent(MF_EVENT_FLAG_NO_WAIT, nowhere<IMFMediaEvent*>()), E_FAIL);
+    EXPECT_EQ(audio->BeginGetEvent(nowhere<IMFAsyncCallback>(), nullptr), E_FAIL);
+    EXPECT_EQ(audio->BeginGetEvent(callback.Get(), nowhere<IUnknown>()), E_FAIL);
+    EXPECT_LT(audio->EndGetEvent(nowhere<IMFAsyncResult>(), nowhere<IMFMediaEvent*>()), 0);
+    EXPECT_LT(audio->EndGetEvent(result.Get(), nowhere<IMFMediaEvent*>()), 0);
+    eventTypes(*audio.Get());
+    ASSERT_TRUE(returnsInTime([stream = audio] {
+        stream->queueEvent(MEStreamStopped);
+        ComPtr<IMFMediaEvent> event;
+        stream->GetEvent(0, event.GetAddressOf());
+        if (event != nullptr) {
+            stream->queueEvent(typeOf(*event.Get()));
+        }
+    }));
+    EXPECT_THAT(eventTypes(*audio.Get()), ElementsAre(MEStreamStopped));
     EXPECT_TRUE(lockIsFree());
 }
 
