@@ -77,9 +77,8 @@ std::size_t LogCapture::count(const std::string& message) const {
 
 std::size_t LogCapture::count(Log2::Severity severity, const std::string& message) const {
     const auto all = records();
-    return static_cast<std::size_t>(std::ranges::count_if(all, [&](const CapturedRecord& record) {
-        return record.severity == severity && record.message == message;
-    }));
+    return static_cast<std::size_t>(std::ranges::count_if(
+        all, [&](const CapturedRecord& record) { return record.severity == severity && record.message == message; }));
 }
 
 CapturedRecord LogCapture::find(const std::string& part) const {

@@ -4,7 +4,6 @@
 #include "util/ErrorException.h"
 
 #include <gtest/gtest.h>
-
 #include <thread>
 #include <vector>
 

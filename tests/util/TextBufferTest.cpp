@@ -1,7 +1,6 @@
 #include "util/TextBuffer.h"
 
 #include <gtest/gtest.h>
-
 #include <limits>
 #include <string>
 
