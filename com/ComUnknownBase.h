@@ -59,7 +59,7 @@ protected:
     }
 
 public:
-    virtual ~ComUnknownBase() = default;
+    virtual ~ComUnknownBase() = default; // NOLINT(modernize-use-override): not every base has one
 
 private:
     std::uint32_t referenceCount_ = 1;

@@ -15,7 +15,7 @@ Integer truncateTo(double value) {
     if (std::isnan(value)) {
         return 0;
     }
-    const double lowest = static_cast<double>(Range::min());
+    const auto lowest = static_cast<double>(Range::min());
     const double highest = std::nextafter(std::ldexp(1.0, Range::digits), 0.0);
     return static_cast<Integer>(std::clamp(value, lowest, highest));
 }

@@ -61,6 +61,7 @@ ComPtr<FlvStream> createStream(Arguments&&... arguments) {
 ComPtr<IMFPresentationDescriptor> createDescriptor(std::vector<ComPtr<IMFStreamDescriptor>>& descriptors) {
     const auto count = static_cast<DWORD>(descriptors.size());
     std::vector<IMFStreamDescriptor*> pointers;
+    pointers.reserve(descriptors.size());
     for (const auto& descriptor : descriptors) {
         pointers.push_back(descriptor.Get());
     }
@@ -101,8 +102,8 @@ HRESULT FlvSourceImpl::guardedCall(SourcePosition position, const char* method,
     return comCall({position, &typeid(*this), method}, required, guarded, &guard);
 }
 
-FlvSourceImpl::FlvSourceImpl(ModuleUsageCounter& counter, const std::wstring& filePath)
-    : FlvSource(counter), lock_(boost::make_shared<LockImpl>()), filePath_(filePath),
+FlvSourceImpl::FlvSourceImpl(ModuleUsageCounter& counter, std::wstring filePath)
+    : FlvSource(counter), lock_(boost::make_shared<LockImpl>()), filePath_(std::move(filePath)),
       parser_(std::make_unique<FlvFileParserImpl>(filePath_)), metaData_(std::make_unique<FlvMetaDataImpl>()),
       hasAudioAndVideo_(parser_->hasAudio() && parser_->hasVideo()), eventQueue_(createEventQueue()),
       state_(&SourceStateStopped::instance()) {

@@ -37,7 +37,7 @@ class FlvSourceImpl final : public FlvSource {
 public:
     /// Opens and parses the file and makes its streams ready. A stream that cannot be made ready is left out. Throws
     /// what opening and reading the file throws, and ErrorException "No stream.".
-    FlvSourceImpl(ModuleUsageCounter& counter, const std::wstring& filePath);
+    FlvSourceImpl(ModuleUsageCounter& counter, std::wstring filePath);
     ~FlvSourceImpl() override;
 
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID riid, void** ppvObject) override;

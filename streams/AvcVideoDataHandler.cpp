@@ -93,15 +93,15 @@ double metaNumber(const StreamSource& source, const char* name) {
 }
 
 void setFrameRate(IMFMediaType* type, const StreamSource& source, const Log2::Logger& log) {
-    const UINT32 numerator = truncateTo<UINT32>(metaNumber(source, "framerate") * double{frameRateDenominator});
+    const auto numerator = truncateTo<UINT32>(metaNumber(source, "framerate") * double{frameRateDenominator});
     throwIfFailed(MFSetAttributeRatio(type, MF_MT_FRAME_RATE, numerator, frameRateDenominator), here(),
                   "MFSetAttributeRatio");
     log.info(here()) << "framerate numerator=" << numerator << " denominator=" << frameRateDenominator;
 }
 
 void setFrameSize(IMFMediaType* type, const StreamSource& source, const Log2::Logger& log) {
-    const UINT32 width = truncateTo<UINT32>(metaNumber(source, "width"));
-    const UINT32 height = truncateTo<UINT32>(metaNumber(source, "height"));
+    const auto width = truncateTo<UINT32>(metaNumber(source, "width"));
+    const auto height = truncateTo<UINT32>(metaNumber(source, "height"));
     throwIfFailed(MFSetAttributeSize(type, MF_MT_FRAME_SIZE, width, height), here(), "MF_MT_FRAME_SIZE");
     log.info(here()) << "framesize width=" << width << " height=" << height;
 }

@@ -15,17 +15,16 @@ constexpr SourceFile here{"SampleBuffer"};
 SampleBuffer::SampleBuffer(std::uint32_t size) : size_(size) {
     throwIfFailed(MFCreateMemoryBuffer(size, buffer_.GetAddressOf()), here(), "MFCreateMemoryBuffer");
     throwIfFailed(buffer_->Lock(&data_, nullptr, nullptr), here(), "Lock");
-    isLocked_ = true;
 }
 
 SampleBuffer::~SampleBuffer() {
-    if (isLocked_) {
+    if (data_ != nullptr) {
         buffer_->Unlock();
     }
 }
 
 void SampleBuffer::unlock() {
-    isLocked_ = false;
+    data_ = nullptr;
     throwIfFailed(buffer_->Unlock(), here(), "Unlock");
 }
 

@@ -30,8 +30,7 @@ private:
 
     Microsoft::WRL::ComPtr<IMFMediaBuffer> buffer_;
     std::uint32_t size_;
-    BYTE* data_ = nullptr;
-    bool isLocked_ = false;
+    BYTE* data_ = nullptr; ///< null while the buffer is not locked
 };
 
 } // namespace JY::Pictaro::Fs

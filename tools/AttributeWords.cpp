@@ -248,7 +248,7 @@ std::string formatNumberInWords(DWORD number) {
     if (known != tags.end()) {
         return known->words;
     }
-    if (const std::string characters = fourCharacters(number); !characters.empty()) {
+    if (std::string characters = fourCharacters(number); !characters.empty()) {
         return characters;
     }
     std::array<char, 24> text{};

@@ -102,7 +102,7 @@ StackFrame lookUpSymbol(const void* address) {
         return frame;
     }
     const HANDLE process = GetCurrentProcess();
-    const DWORD64 target = reinterpret_cast<DWORD64>(address);
+    const auto target = reinterpret_cast<DWORD64>(address);
     alignas(SYMBOL_INFO) std::array<std::byte, symbolBufferSize> buffer{};
     auto* const symbol = reinterpret_cast<SYMBOL_INFO*>(buffer.data());
     symbol->SizeOfStruct = sizeof(SYMBOL_INFO);

@@ -18,7 +18,7 @@ namespace {
 constexpr std::string_view keyword = "class ";
 
 struct MallocDeleter {
-    void operator()(char* text) const { std::free(text); }
+    void operator()(char* text) const { std::free(text); } // NOLINT(*-no-malloc): as demangling wants
 };
 
 std::string demangle(const char* name) {

@@ -14,7 +14,7 @@ constexpr std::size_t bufferSize = 256;
 
 void debugOutput(const char* format, ...) {
     char text[bufferSize];
-    std::va_list arguments;
+    std::va_list arguments{};
     va_start(arguments, format);
     std::vsnprintf(text, bufferSize, format, arguments);
     va_end(arguments);
@@ -23,7 +23,7 @@ void debugOutput(const char* format, ...) {
 
 void debugOutput(const wchar_t* format, ...) {
     wchar_t text[bufferSize];
-    std::va_list arguments;
+    std::va_list arguments{};
     va_start(arguments, format);
     _vsnwprintf(text, bufferSize, format, arguments);
     va_end(arguments);

@@ -20,14 +20,15 @@ constexpr std::int64_t addSaturated(std::int64_t left, std::int64_t right) {
     return left + right;
 }
 
+std::int64_t sizeOf(HANDLE file) {
+    LARGE_INTEGER size{};
+    throwIfFalse(GetFileSizeEx(file, &size), here.at(14), "GetFileSizeEx");
+    return size.QuadPart;
+}
+
 } // namespace
 
-FileStream::FileStream(HANDLE handle) : handle_(handle) {
-    LARGE_INTEGER size{};
-    throwIfFalse(GetFileSizeEx(handle_, &size), here.at(14), "GetFileSizeEx");
-    size_ = size.QuadPart;
-    limit_ = size_;
-}
+FileStream::FileStream(HANDLE handle) : handle_(handle), size_(sizeOf(handle)), limit_(size_) {}
 
 std::uint32_t FileStream::read(void* buffer, std::uint32_t count) {
     const std::int64_t start = position();

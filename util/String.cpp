@@ -44,7 +44,8 @@ std::wstring replaceAll(const std::wstring& source, const wchar_t* from, const w
     }
     std::wstring result;
     std::size_t start = 0;
-    for (std::size_t found; (found = source.find(sought, start)) != std::wstring::npos; start = found + sought.size()) {
+    for (std::size_t found = 0; (found = source.find(sought, start)) != std::wstring::npos;
+         start = found + sought.size()) {
         result.append(source, start, found - start).append(to);
     }
     return result.append(source, start);

@@ -2,7 +2,6 @@
 
 #include "util/CallStack.h"
 
-#include <algorithm>
 #include <array>
 
 namespace JY {
@@ -61,8 +60,12 @@ std::string StructureException::getDescription() const {
 }
 
 const char* getExceptionCodeName(std::uint32_t code) {
-    const auto found = std::ranges::find(codeNames, code, &CodeName::code);
-    return found != codeNames.end() ? found->name : nullptr;
+    for (const CodeName& entry : codeNames) {
+        if (entry.code == code) {
+            return entry.name;
+        }
+    }
+    return nullptr;
 }
 
 void translateStructuredException(unsigned, EXCEPTION_POINTERS* exceptionPointers) {

@@ -89,7 +89,7 @@ TextBuffer& TextBuffer::operator<<(Scientific number) {
 
 TextBuffer& TextBuffer::operator<<(Hex number) {
     char digits[24];
-    const auto end = std::to_chars(digits, digits + sizeof digits, number.value, 16).ptr;
+    const char* const end = std::to_chars(digits, digits + sizeof digits, number.value, 16).ptr;
     return *this << std::string_view(digits, static_cast<std::size_t>(end - digits));
 }
 

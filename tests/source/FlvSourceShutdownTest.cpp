@@ -297,14 +297,15 @@ public:
     explicit CallingToken(std::function<void()> call) : call_(std::move(call)) {}
     ULONG STDMETHODCALLTYPE AddRef() override {
         const ULONG count = ClientObject::AddRef();
-        if (const auto call = std::exchange(call_, nullptr)) {
-            call();
+        if (++addedReferences_ == 2) { // the first is the stream's own, the second the sample's
+            call_();
         }
         return count;
     }
 
 private:
     std::function<void()> call_;
+    unsigned addedReferences_ = 0;
 };
 
 TEST_F(FlvSourceShutdownTest, IsWhatAStreamFindsWhoseSourceIsBeingDestroyed) {
