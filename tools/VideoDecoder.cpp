@@ -150,17 +150,16 @@ void VideoDecoder::addFrame(std::vector<DecodedFrame>& frames, const ComPtr<IMFS
 HRESULT VideoDecoder::processOutput(DWORD flags, ComPtr<IMFSample>& sample) {
     const bool providesSamples =
         (output_.dwFlags & (MFT_OUTPUT_STREAM_PROVIDES_SAMPLES | MFT_OUTPUT_STREAM_CAN_PROVIDE_SAMPLES)) != 0;
-    if (!providesSamples) {
-        sample = makeOutputSample();
-    }
+    sample = providesSamples ? ComPtr<IMFSample>() : makeOutputSample();
     MFT_OUTPUT_DATA_BUFFER data{};
     data.pSample = sample.Get();
     DWORD status = 0;
     const HRESULT result = transform_->ProcessOutput(flags, 1, &data, &status);
+    // The references are this code's own now. Not Attach: MinGW-w64's adds one.
     ComPtr<IMFCollection> events;
-    events.Attach(data.pEvents);
+    *events.GetAddressOf() = data.pEvents;
     if (providesSamples) {
-        sample.Attach(data.pSample);
+        *sample.GetAddressOf() = data.pSample;
     }
     return result;
 }
