@@ -12,7 +12,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <new>
-#include <semaphore>
 #include <thread>
 #include <vector>
 
@@ -93,20 +92,26 @@ TEST_F(ModuleUsageCounterTest, CountsNothingWhenTheFirstObtainActionThrows) {
     EXPECT_EQ(counter.count(), 1U);
 }
 
-std::binary_semaphore actionIsRunning(0);
-std::binary_semaphore actionMayEnd(0);
+std::atomic<bool> actionIsRunning = false;
+std::atomic<bool> actionMayEnd = false;
+
+void awaitTrue(const std::atomic<bool>& flag) {
+    while (!flag) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+}
 
 TEST_F(ModuleUsageCounterTest, SecondObjectWaitsForTheFirstObtainAction) {
     counter.setActions(
         [] {
             ++firstObtains;
-            actionIsRunning.release();
-            actionMayEnd.acquire();
+            actionIsRunning = true;
+            awaitTrue(actionMayEnd);
         },
         nullptr);
     std::atomic<bool> secondObtained = false;
     std::jthread first([&] { counter.obtain(); });
-    actionIsRunning.acquire();
+    awaitTrue(actionIsRunning);
     std::jthread second([&] {
         counter.obtain();
         secondObtained = true;
@@ -114,7 +119,7 @@ TEST_F(ModuleUsageCounterTest, SecondObjectWaitsForTheFirstObtainAction) {
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
     EXPECT_FALSE(secondObtained);
     EXPECT_EQ(counter.count(), 0U);
-    actionMayEnd.release();
+    actionMayEnd = true;
     first.join();
     second.join();
     EXPECT_TRUE(secondObtained);
