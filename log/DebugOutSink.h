@@ -1,5 +1,6 @@
 #pragma once
 
+#include "log/LineFormat.h"
 #include "log/SinkBase.h"
 
 namespace JY::Log2 {
@@ -12,6 +13,9 @@ public:
 
 protected:
     void doWrite(const Record& record) override;
+
+private:
+    SourceColumn column_{};
 };
 
 } // namespace JY::Log2

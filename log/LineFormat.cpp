@@ -16,4 +16,11 @@ void appendLineHead(TextBuffer& out, const Record& record, SourceColumn& column)
     out << std::string_view(head, static_cast<std::size_t>(length));
 }
 
+void sendToDebugger(const Record& record, SourceColumn& column) {
+    TextBuffer line;
+    appendLineHead(line, record, column);
+    line << record.message << '\n' << '\0';
+    OutputDebugStringA(line.view().data());
+}
+
 } // namespace JY::Log2

@@ -18,4 +18,11 @@ struct Record {
     std::string_view message;
 };
 
+/// A record of this moment and this thread. `message` is not copied.
+inline Record makeRecord(SourcePosition position, Severity severity, std::string_view message) {
+    Record record{{}, GetCurrentThreadId(), severity, position, message};
+    GetLocalTime(&record.time);
+    return record;
+}
+
 } // namespace JY::Log2

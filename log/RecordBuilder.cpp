@@ -20,9 +20,7 @@ RecordBuilder& RecordBuilder::operator<<(const Exception& exception) {
 
 void RecordBuilder::send() noexcept {
     try {
-        Record record{{}, GetCurrentThreadId(), severity_, position_, text_.view()};
-        GetLocalTime(&record.time);
-        core_->write(record);
+        core_->write(makeRecord(position_, severity_, text_.view()));
     } catch (...) {
         // A log that fails must not fail its caller.
     }
