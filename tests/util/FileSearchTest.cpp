@@ -49,6 +49,13 @@ TEST(FindFiles, GivesNamesAndSizesOfTheFilesThatMatch) {
     EXPECT_THAT(texts(findFiles(folder.path(), L"a-*.log")), UnorderedElementsAre("a-1.log:0", "a-22.log:12"));
 }
 
+TEST(FindFiles, ComparesTheNamesThatItGives) {
+    const TempFolder folder;
+    makeFile(folder.path() + L"\\a-1.log2", 1); // its short name would match
+    makeFile(folder.path() + L"\\A-2.LOG", 1);
+    EXPECT_THAT(texts(findFiles(folder.path(), L"a-*.log")), UnorderedElementsAre("A-2.LOG:1"));
+}
+
 TEST(FindFiles, GivesSizesAboveFourGibibytes) {
     const TempFolder folder;
     makeFile(folder.path() + L"\\a.log", (std::int64_t{5} << 30) + 7);
