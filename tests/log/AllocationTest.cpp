@@ -1,37 +1,17 @@
 #include "log/CoreImpl.h"
 #include "log/DebugOutSink.h"
+#include "tests/support/Allocations.h"
 #include "util/ApiErrorException.h"
-
-#include <windows.h>
 
 #include <boost/make_shared.hpp>
 
-#include <atomic>
 #include <gtest/gtest.h>
-#include <new>
-
-namespace {
-std::atomic<long> allocations{0};
-}
-
-void* operator new(std::size_t size) {
-    ++allocations;
-    if (void* const memory = HeapAlloc(GetProcessHeap(), 0, size)) {
-        return memory;
-    }
-    throw std::bad_alloc();
-}
-void operator delete(void* memory) noexcept {
-    HeapFree(GetProcessHeap(), 0, memory);
-}
-void operator delete(void* memory, std::size_t) noexcept {
-    HeapFree(GetProcessHeap(), 0, memory);
-}
 
 namespace {
 
 using namespace JY;
 using namespace JY::Log2;
+using Test::allocationsOf;
 
 constexpr SourceFile here{"AllocationTest"};
 
@@ -47,9 +27,7 @@ TEST(Record, OfOrdinaryLengthIsBuiltAndSentWithoutAllocating) {
                          << HexDump{"0123456789abcdef0123456789abcdef", 32};
     };
     traced(); // the first call looks the class name up
-    const long before = allocations;
-    traced();
-    EXPECT_EQ(allocations - before, 0);
+    EXPECT_EQ(allocationsOf(traced).count, 0U);
     setCore(nullptr);
 }
 

@@ -2,6 +2,7 @@
 #include "log/LineFormat.h"
 #include "log/Severity.h"
 #include "log/SinkBase.h"
+#include "tests/log/Records.h"
 #include "tests/support/DebugOutputCapture.h"
 
 #include <gmock/gmock.h>
@@ -14,12 +15,8 @@ namespace {
 
 using namespace JY;
 using namespace JY::Log2;
+using JY::Test::recordOf;
 using testing::ElementsAre;
-
-Record recordOf(Severity severity, const char* file, int line, std::string_view message) {
-    const SYSTEMTIME time{2026, 3, 0, 4, 5, 6, 7, 8};
-    return Record{time, 0xabc, severity, {file, line}, message};
-}
 
 std::string headOf(const Record& record) {
     SourceColumn column{};
