@@ -50,17 +50,15 @@ bool SimpleRegKey::tryOpen(REGSAM samDesired) {
 }
 
 void SimpleRegKey::create(REGSAM samDesired) {
-    close();
-    const LSTATUS result = RegCreateKeyExW(root_, path_.c_str(), 0, nullptr, 0, samDesired, nullptr, &key_, nullptr);
+    const LSTATUS result =
+        RegCreateKeyExW(root_, path_.c_str(), 0, nullptr, 0, samDesired, nullptr, key_.put(), nullptr);
     if (result != ERROR_SUCCESS) {
         throw failure(here(), "RegCreateKeyEx(", result) << displayName() << ")";
     }
 }
 
 void SimpleRegKey::close() {
-    if (key_ != nullptr) {
-        RegCloseKey(std::exchange(key_, nullptr));
-    }
+    key_.reset();
 }
 
 bool SimpleRegKey::hasValue(const std::wstring& name) const {
@@ -119,15 +117,14 @@ bool SimpleRegKey::hasDisplayName(HKEY root) {
 }
 
 LSTATUS SimpleRegKey::tryOpenKey(REGSAM samDesired) {
-    close();
-    return RegOpenKeyExW(root_, path_.c_str(), 0, samDesired, &key_);
+    return RegOpenKeyExW(root_, path_.c_str(), 0, samDesired, key_.put());
 }
 
 HKEY SimpleRegKey::openKey() const {
-    if (key_ == nullptr) {
+    if (key_.get() == nullptr) {
         throw FatalException(here(), "Key is not open.");
     }
-    return key_;
+    return key_.get();
 }
 
 } // namespace JY::Utl

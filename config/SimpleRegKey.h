@@ -1,5 +1,7 @@
 #pragma once
 
+#include "util/RegistryHandle.h"
+
 #include <windows.h>
 
 #include <string>
@@ -12,9 +14,6 @@ class SimpleRegKey {
 public:
     /// Names the key; nothing is opened.
     SimpleRegKey(HKEY root, std::wstring path);
-    SimpleRegKey(const SimpleRegKey&) = delete;
-    SimpleRegKey& operator=(const SimpleRegKey&) = delete;
-    ~SimpleRegKey() { close(); }
 
     void open(REGSAM samDesired);
     /// The same; false when the key does not exist.
@@ -53,7 +52,7 @@ private:
 
     HKEY root_;
     std::wstring path_;
-    HKEY key_ = nullptr;
+    RegistryHandle key_;
 };
 
 } // namespace JY::Utl

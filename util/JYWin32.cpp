@@ -4,7 +4,9 @@
 #include "util/ErrorException.h"
 #include "util/Handle.h"
 
+// lmcons.h needs the types of windows.h.
 #include <cstddef>
+#include <lmcons.h>
 #include <vector>
 
 namespace JY {
@@ -44,6 +46,13 @@ WELL_KNOWN_SID_TYPE integrityLevelOf(PSID label, SidTest isWellKnown) {
         }
     }
     throw ErrorException(here(), "Unknown SID type.");
+}
+
+std::wstring getUserName() {
+    wchar_t name[UNLEN + 1];
+    DWORD size = UNLEN + 1; // characters, with the terminator
+    throwIfFalse(GetUserNameW(name, &size), here(), "GetUserName");
+    return name;
 }
 
 HMODULE getModuleHandle(const void* address) {

@@ -15,6 +15,10 @@ using SidTest = BOOL(WINAPI*)(PSID sid, WELL_KNOWN_SID_TYPE type);
 /// The level that a mandatory-label SID stands for.
 WELL_KNOWN_SID_TYPE integrityLevelOf(PSID label, SidTest isWellKnown = IsWellKnownSid);
 
+/// The name of the user whom the process, or the thread's impersonation, stands for. Throws ApiErrorException
+/// "GetUserName".
+std::wstring getUserName();
+
 /// The loaded module that contains an address, or that has a name. The module is not kept loaded by it. Throws
 /// ApiErrorException when there is none.
 HMODULE getModuleHandle(const void* address);

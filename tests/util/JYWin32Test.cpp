@@ -1,5 +1,6 @@
 #include "util/JYWin32.h"
 
+#include "tests/support/ImportPatch.h"
 #include "tests/support/OpenHandles.h"
 #include "tests/support/TempFile.h"
 #include "tests/support/Thrown.h"
@@ -17,6 +18,7 @@
 namespace {
 
 using JY::Test::countOpenHandles;
+using JY::Test::ImportPatch;
 using JY::Test::thrownIn;
 
 /// A SID of the mandatory-label authority or another one, with one sub-authority.
@@ -96,6 +98,51 @@ TEST(JYWin32, ReadingTheIntegrityLevelLeavesNoHandleOpen) {
     const std::size_t before = countOpenHandles();
     JY::getIntegrityLevel();
     EXPECT_EQ(countOpenHandles(), before);
+}
+
+namespace {
+
+BOOL WINAPI denyUserName(wchar_t*, DWORD*) {
+    SetLastError(ERROR_ACCESS_DENIED);
+    return FALSE;
+}
+
+BOOL WINAPI denyToken(HANDLE, DWORD, HANDLE*) {
+    SetLastError(ERROR_ACCESS_DENIED);
+    return FALSE;
+}
+
+BOOL WINAPI tellNoTokenInformation(HANDLE, TOKEN_INFORMATION_CLASS, void*, DWORD, DWORD*) {
+    SetLastError(ERROR_INVALID_HANDLE);
+    return FALSE;
+}
+
+} // namespace
+
+TEST(JYWin32, TokenThatCannotBeOpenedThrows) {
+    const ImportPatch<decltype(&OpenProcessToken)> patch("OpenProcessToken", &denyToken);
+    EXPECT_EQ(thrownIn<JY::ApiErrorException>([] { JY::getIntegrityLevel(); }), "OpenProcessToken: (0x5) @JYWin32");
+}
+
+TEST(JYWin32, TokenThatTellsNothingThrowsAndIsClosed) {
+    JY::getIntegrityLevel();
+    const std::size_t before = countOpenHandles();
+    const ImportPatch<decltype(&GetTokenInformation)> patch("GetTokenInformation", &tellNoTokenInformation);
+    EXPECT_EQ(thrownIn<JY::ApiErrorException>([] { JY::getIntegrityLevel(); }), "GetTokenInformation: (0x6) @JYWin32");
+    EXPECT_EQ(countOpenHandles(), before);
+}
+
+TEST(JYWin32, UserNameIsThatOfTheProcess) {
+    wchar_t expected[257];
+    DWORD size = 257;
+    ASSERT_TRUE(GetUserNameW(expected, &size));
+    EXPECT_EQ(JY::getUserName(), expected);
+    EXPECT_FALSE(JY::getUserName().empty());
+}
+
+TEST(JYWin32, UserNameThatCannotBeHadThrows) {
+    const ImportPatch<decltype(&GetUserNameW)> patch("GetUserNameW", &denyUserName);
+    EXPECT_EQ(thrownIn<JY::ApiErrorException>([] { JY::getUserName(); }), "GetUserName: (0x5) @JYWin32");
 }
 
 TEST(JYWin32, ModuleIsFoundByAnAddressInsideIt) {

@@ -1,0 +1,25 @@
+enable_language(RC)
+
+set(JY_VERSION_RESOURCE_TEMPLATE ${CMAKE_CURRENT_LIST_DIR}/VersionResource.rc.in)
+
+# jy_add_version_resource(TARGET DESCRIPTION): the version that Explorer shows of a program or library, and that the log
+# names; the one of the project.
+function(jy_add_version_resource target JY_DESCRIPTION)
+  string(REPLACE "." "," JY_VERSION_NUMBERS "${PROJECT_VERSION}.0")
+  if(CMAKE_BUILD_TYPE STREQUAL "Debug")
+    set(JY_FILE_FLAGS VS_FF_DEBUG)
+  else()
+    set(JY_FILE_FLAGS 0)
+  endif()
+  get_target_property(type ${target} TYPE)
+  if(type STREQUAL "EXECUTABLE")
+    set(JY_FILE_TYPE VFT_APP)
+    set(JY_FILE_NAME ${target}.exe)
+  else()
+    set(JY_FILE_TYPE VFT_DLL)
+    set(JY_FILE_NAME ${target}.dll)
+  endif()
+  set(JY_NAME ${target})
+  configure_file(${JY_VERSION_RESOURCE_TEMPLATE} ${CMAKE_CURRENT_BINARY_DIR}/${target}Version.rc @ONLY)
+  target_sources(${target} PRIVATE ${CMAKE_CURRENT_BINARY_DIR}/${target}Version.rc)
+endfunction()

@@ -1,0 +1,2 @@
+/* A library that holds a version block and nothing else. */
+int jyNoCode;
