@@ -34,15 +34,12 @@ using Values = std::map<std::wstring, ValueRecord, IgnoringCase>;
 /// From a key's display name to its values.
 using Keys = std::map<std::wstring, Values, IgnoringCase>;
 
-Keys& keys() {
-    static Keys instance;
-    return instance;
-}
+Keys keys;
 
 /// Null when the key does not exist.
 Values* findKey(const std::wstring& key) {
-    const auto found = keys().find(key);
-    return found != keys().end() ? &found->second : nullptr;
+    const auto found = keys.find(key);
+    return found != keys.end() ? &found->second : nullptr;
 }
 
 const ValueRecord& getValue(const std::wstring& key, const std::wstring& name, std::uint32_t type) {
@@ -63,9 +60,9 @@ const ValueRecord& getValue(const std::wstring& key, const std::wstring& name, s
 /// Creates the key and all its parents.
 Values& createKey(const std::wstring& key) {
     for (auto end = key.find(L'\\'); end != std::wstring::npos; end = key.find(L'\\', end + 1)) {
-        keys()[key.substr(0, end)];
+        keys[key.substr(0, end)];
     }
-    return keys()[key];
+    return keys[key];
 }
 
 void store(const std::wstring& key, const std::wstring& name, ValueRecord value) {
@@ -174,8 +171,8 @@ void RegDebug::deleteValue(HKEY root, const std::wstring& path, const std::wstri
 void RegDebug::deleteKey(HKEY root, const std::wstring& path, REGSAM) {
     const std::wstring key = displayName(root, path);
     debugOutput(L"RegDebug::deleteKey(%s)", key.c_str());
-    keys().erase(key);
-    std::erase_if(keys(), [&](const auto& entry) { return isBelow(entry.first, key); });
+    keys.erase(key);
+    std::erase_if(keys, [&](const auto& entry) { return isBelow(entry.first, key); });
 }
 
 } // namespace JY::Utl

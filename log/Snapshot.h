@@ -9,7 +9,7 @@ using SnapshotWriter = void (*)();
 void setSnapshotWriter(SnapshotWriter writer);
 
 /// Asks for a snapshot of the recent records; due after every fatal record of a COM boundary. One
-/// that fails changes nothing for the caller. Any thread.
+/// that fails is recorded and changes nothing for the caller. Any thread.
 void requestSnapshot() noexcept;
 
 } // namespace JY::Log2

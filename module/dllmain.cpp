@@ -4,10 +4,13 @@
 #include "log/Snapshot.h"
 #include "module/AppLog.h"
 #include "module/ClassFactory.h"
+#include "module/EarlyFailures.h"
 #include "module/ModuleInitializer.h"
 #include "util/UnknownException.h"
 
 #include <windows.h>
+
+#include <string>
 
 namespace {
 
@@ -17,7 +20,19 @@ using namespace JY::Pictaro;
 constexpr SourceFile here{"dllmain"};
 constexpr int unknownReasonLine = 30;
 
-/// A setting that cannot be read must not keep the library from loading.
+constexpr const wchar_t* logName = L"JyFlvSource";
+constexpr std::uint32_t maxLogFileSize = 0x100000; // bytes
+constexpr std::uint32_t logFilesInRing = 8;
+constexpr std::uint32_t recordsForSnapshot = 1000;
+
+// A setting that cannot be read must keep the library neither from loading nor from logging.
+
+std::wstring chooseLogDirectory(EarlyFailures& failures) {
+    std::wstring directory = getDefaultLogDir(WinMediumLabelSid);
+    failures.attempt([&] { directory = getDefaultLogDir(); });
+    return directory;
+}
+
 std::uint32_t readLogLevel() {
     constexpr auto defaultLevel = static_cast<std::uint32_t>(Log2::Severity::warn);
     try {
@@ -28,19 +43,26 @@ std::uint32_t readLogLevel() {
     }
 }
 
+void startLog() {
+    EarlyFailures failures;
+    AppLog::initialize(logName, chooseLogDirectory(failures), maxLogFileSize, logFilesInRing, recordsForSnapshot);
+    AppLog::setNormalLevel(static_cast<Log2::Severity>(readLogLevel()));
+    AppLog::setSnapshotLevel(Log2::Severity::trace);
+    failures.record();
+}
+
 void onProcessAttach(HMODULE module) {
     DisableThreadLibraryCalls(module);
     ModuleUsageCounter::instance().setActions(&ModuleInitializer::initializeOnFirstObtain,
                                               &ModuleInitializer::finalizeOnLastRelease);
-    AppLog::initialize();
-    AppLog::setNormalLevel(static_cast<Log2::Severity>(readLogLevel()));
+    startLog();
     Log2::untraced().info(here()) << "onProcessAttach.";
 }
 
-void onProcessDetach() noexcept {
+void onProcessDetach(bool processEnds) noexcept {
     try {
         Log2::untraced().info(here()) << "onProcessDetach.";
-        AppLog::finalize();
+        processEnds ? AppLog::finalizeAtProcessEnd() : AppLog::finalize();
     } catch (...) {
         // The library goes whatever happens, and there is no log any more to tell of it.
     }
@@ -58,10 +80,10 @@ void recordFailure() noexcept {
     Log2::requestSnapshot();
 }
 
-void dispatch(HMODULE module, DWORD reason) {
+void dispatch(HMODULE module, DWORD reason, bool processEnds) {
     switch (reason) {
     case DLL_PROCESS_DETACH:
-        onProcessDetach();
+        onProcessDetach(processEnds);
         break;
     case DLL_PROCESS_ATTACH:
         onProcessAttach(module);
@@ -76,9 +98,9 @@ void dispatch(HMODULE module, DWORD reason) {
 
 } // namespace
 
-extern "C" BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID) {
+extern "C" BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID reserved) {
     try {
-        dispatch(module, reason);
+        dispatch(module, reason, reserved != nullptr);
     } catch (...) {
         recordFailure();
     }

@@ -46,10 +46,11 @@ private:
     std::map<std::type_index, std::string> names_; // nodes never move
 };
 
+NameCache cache;
+
 } // namespace
 
 std::string_view className(const std::type_info& type) {
-    static NameCache cache;
     return cache.find(type);
 }
 

@@ -15,8 +15,14 @@ namespace {
 
 constexpr SourceFile here{"JYWin32"};
 
-constexpr WELL_KNOWN_SID_TYPE knownLevels[] = {WinUntrustedLabelSid, WinLowLabelSid,    WinMediumLabelSid,
-                                               WinHighLabelSid,      WinSystemLabelSid, WinMediumPlusLabelSid};
+struct IntegrityLevel {
+    WELL_KNOWN_SID_TYPE type;
+    const char* name;
+};
+
+constexpr IntegrityLevel knownLevels[] = {{WinUntrustedLabelSid, "Untrusted"}, {WinLowLabelSid, "Low"},
+                                          {WinMediumLabelSid, "Medium"},       {WinHighLabelSid, "High"},
+                                          {WinSystemLabelSid, "System"},       {WinMediumPlusLabelSid, "MediumPlus"}};
 
 /// The token's TOKEN_MANDATORY_LABEL together with the SID that it points to.
 std::vector<std::byte> readIntegrityLabel(HANDLE token) {
@@ -40,12 +46,17 @@ WELL_KNOWN_SID_TYPE getIntegrityLevel() {
 }
 
 WELL_KNOWN_SID_TYPE integrityLevelOf(PSID label, SidTest isWellKnown) {
-    for (const WELL_KNOWN_SID_TYPE level : knownLevels) {
-        if (isWellKnown(label, level)) {
-            return level;
+    for (const IntegrityLevel& level : knownLevels) {
+        if (isWellKnown(label, level.type)) {
+            return level.type;
         }
     }
     throw ErrorException(here(), "Unknown SID type.");
+}
+
+const char* integrityLevelName(WELL_KNOWN_SID_TYPE level) {
+    const auto* const known = std::ranges::find(knownLevels, level, &IntegrityLevel::type);
+    return known != std::end(knownLevels) ? known->name : "Unknown";
 }
 
 std::wstring getUserName() {

@@ -10,6 +10,9 @@ namespace JY {
 /// ErrorException for a label that is none of the known ones, ApiErrorException for a failed call.
 WELL_KNOWN_SID_TYPE getIntegrityLevel();
 
+/// "Untrusted", "Low", "Medium", "High", "System" or "MediumPlus"; "Unknown" for what is no integrity level.
+const char* integrityLevelName(WELL_KNOWN_SID_TYPE level);
+
 /// Tells whether a SID is of a well-known type, as IsWellKnownSid does.
 using SidTest = BOOL(WINAPI*)(PSID sid, WELL_KNOWN_SID_TYPE type);
 /// The level that a mandatory-label SID stands for.

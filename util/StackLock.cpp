@@ -12,7 +12,8 @@ void StackLock::lock() {
 void StackLock::makeReady() {
     while (state_.load(std::memory_order_acquire) < readyMark) {
         if (state_.fetch_add(1) == 0) {
-            InitializeCriticalSection(&section_);
+            // Nobody deletes it, so it must own nothing.
+            InitializeCriticalSectionEx(&section_, 0, CRITICAL_SECTION_NO_DEBUG_INFO);
             state_.store(readyValue, std::memory_order_release);
             return;
         }

@@ -1,7 +1,7 @@
 #include "com/ModuleUsageCounter.h"
-#include "module/AppLog.h"
 #include "module/ModuleInitializer.h"
-#include "tests/support/DebugOutputCapture.h"
+#include "tests/module/AttachedModule.h"
+#include "tests/module/ModuleLog.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/ModuleSetting.h"
 
@@ -25,33 +25,16 @@ void* operator new(std::size_t size) {
     return memory;
 }
 
-extern "C" BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID reserved);
-
 namespace {
 
 using namespace JY;
 using namespace JY::Pictaro;
 using Log2::Severity;
-using Test::DebugOutputCapture;
+using Test::AttachedModule;
+using Test::callDllMain;
 using Test::LogCapture;
+using Test::ModuleLog;
 using Test::ModuleSetting;
-using testing::ElementsAre;
-
-BOOL callDllMain(DWORD reason) {
-    return DllMain(GetModuleHandleW(nullptr), reason, nullptr);
-}
-
-/// Detaches on every path, so that the next test finds no log.
-class AttachedModule {
-public:
-    AttachedModule() { EXPECT_TRUE(callDllMain(DLL_PROCESS_ATTACH)); }
-    AttachedModule(const AttachedModule&) = delete;
-    AttachedModule& operator=(const AttachedModule&) = delete;
-    ~AttachedModule() {
-        EXPECT_TRUE(callDllMain(DLL_PROCESS_DETACH));
-        ModuleUsageCounter::instance().setActions(nullptr, nullptr);
-    }
-};
 
 TEST(DllMain, AnswersThreadReasonsWithoutARecord) {
     const LogCapture log;
@@ -71,7 +54,7 @@ TEST(DllMain, RecordsAnUnknownReasonAsAnUnknownException) {
 
 TEST(DllMain, RecordsAnythingElseAsFatalWithASnapshot) {
     const LogCapture log;
-    nextAllocationFails = true; // the log core's
+    nextAllocationFails = true; // the log directory's name
     EXPECT_TRUE(callDllMain(DLL_PROCESS_ATTACH));
     EXPECT_FALSE(nextAllocationFails);
     ModuleUsageCounter::instance().setActions(nullptr, nullptr);
@@ -83,74 +66,65 @@ TEST(DllMain, RecordsAnythingElseAsFatalWithASnapshot) {
 }
 
 TEST(DllMain, RecordsWarningsAndMoreByDefault) {
-    const DebugOutputCapture output;
+    const ModuleLog log;
     { const AttachedModule module; }
-    EXPECT_EQ(output.count("notice AppLog"), 2U);
-    EXPECT_EQ(output.count(") NormalLogSeverityThreshold=warn\n"), 1U);
-    EXPECT_EQ(output.count(") AppLog finalizing\n"), 1U);
-    EXPECT_EQ(output.count("onProcessAttach."), 0U);
+    EXPECT_EQ(log.count(") NormalLogSeverityThreshold=warn\r\n"), 1U);
+    EXPECT_EQ(log.count(") AppLog finalizing\r\n"), 1U);
+    EXPECT_EQ(log.count("onProcessAttach."), 0U);
 }
 
 TEST(DllMain, RecordsAttachAndDetachWhenTheLevelAllowsIt) {
-    const DebugOutputCapture output;
+    const ModuleLog log;
     {
         const ModuleSetting level(L"LogLevel", 0);
         const AttachedModule module;
     }
-    EXPECT_EQ(output.count(") NormalLogSeverityThreshold=trace\n"), 1U);
-    EXPECT_EQ(output.count(" info   dllmain "), 2U);
-    EXPECT_EQ(output.count(") onProcessAttach.\n"), 1U);
-    EXPECT_EQ(output.count(") onProcessDetach.\n"), 1U);
+    EXPECT_EQ(log.count(") NormalLogSeverityThreshold=trace\r\n"), 1U);
+    EXPECT_EQ(log.count(" info   dllmain "), 2U);
+    EXPECT_EQ(log.count(") onProcessAttach.\r\n"), 1U);
+    EXPECT_EQ(log.count(") onProcessDetach.\r\n"), 1U);
 }
 
 TEST(DllMain, LoadsWithALevelThatCannotBeRead) {
-    const DebugOutputCapture output;
+    const ModuleLog log;
     {
         const ModuleSetting level(L"LogLevel", L"x");
         const AttachedModule module;
     }
-    EXPECT_EQ(output.count("Type missmatch."), 1U);
-    EXPECT_EQ(output.count(") NormalLogSeverityThreshold=warn\n"), 1U);
+    EXPECT_EQ(log.count("Type missmatch."), 1U);
+    EXPECT_EQ(log.count(") NormalLogSeverityThreshold=warn\r\n"), 1U);
 }
 
 TEST(DllMain, InstallsTheFirstObtainAndLastReleaseActions) {
-    const DebugOutputCapture output;
+    const ModuleLog log;
     const ModuleSetting level(L"LogLevel", 0);
     const AttachedModule module;
     ModuleUsageCounter::instance().obtain();
-    EXPECT_EQ(output.count(") ENTER: JY::Pictaro::ModuleInitializer::initializeOnFirstObtain\n"), 1U);
-    EXPECT_EQ(output.count(") EXIT: JY::Pictaro::ModuleInitializer::initializeOnFirstObtain\n"), 1U);
-    EXPECT_EQ(output.count("finalizeOnLastRelease"), 0U);
+    EXPECT_EQ(log.count(") ENTER: JY::Pictaro::ModuleInitializer::initializeOnFirstObtain\r\n"), 1U);
+    EXPECT_EQ(log.count(") EXIT: JY::Pictaro::ModuleInitializer::initializeOnFirstObtain\r\n"), 1U);
+    EXPECT_EQ(log.count("finalizeOnLastRelease"), 0U);
     ModuleUsageCounter::instance().release();
-    EXPECT_EQ(output.count(") ENTER: JY::Pictaro::ModuleInitializer::finalizeOnLastRelease\n"), 1U);
-    AppLog::setNormalLevel(Severity::trace);
-    EXPECT_EQ(output.count(") NormalLogSeverityThreshold=trace\n"), 2U); // logging goes on
+    EXPECT_EQ(log.count(") ENTER: JY::Pictaro::ModuleInitializer::finalizeOnLastRelease\r\n"), 1U);
 }
 
-TEST(AppLog, NamesALevelOutsideTheTableUnknown) {
-    const LogCapture log;
-    AppLog::setNormalLevel(static_cast<Severity>(9));
-    EXPECT_EQ(log.count(Severity::notice, "NormalLogSeverityThreshold=Unknown"), 1U);
+TEST(DllMain, LoggingGoesOnAfterTheLastRelease) {
+    const ModuleLog log;
+    const AttachedModule module;
+    ModuleUsageCounter::instance().obtain();
+    ModuleUsageCounter::instance().release();
+    Log2::untraced().warn({"DllMainTest", 1}) << "still logged";
+    EXPECT_EQ(log.count(") still logged\r\n"), 1U);
 }
 
-TEST(AppLog, ReportsLoggersThatOutliveIt) {
-    const DebugOutputCapture output;
+TEST(DllMain, ClosesTheLogWhenTheProcessEnds) {
+    const ModuleLog log;
     callDllMain(DLL_PROCESS_ATTACH);
-    {
-        const auto alive = Log2::untraced();
-        callDllMain(DLL_PROCESS_DETACH);
-    }
+    EXPECT_TRUE(log.isHeld(Test::logFileName(0)));
+    callDllMain(DLL_PROCESS_DETACH, Test::Detach::processEnds);
+    EXPECT_EQ(log.count(") AppLog finalizing\r\n"), 1U);
+    EXPECT_FALSE(log.isHeld(Test::logFileName(0)));
+    callDllMain(DLL_PROCESS_DETACH); // gives back what the end of a process leaves to the system
     ModuleUsageCounter::instance().setActions(nullptr, nullptr);
-    EXPECT_EQ(output.count("warn   Core                (   34) There are some Logger instances exists. =1\n"), 1U);
-}
-
-TEST(AppLog, IsFinalizedOnceOnly) {
-    const DebugOutputCapture output;
-    callDllMain(DLL_PROCESS_ATTACH);
-    callDllMain(DLL_PROCESS_DETACH);
-    callDllMain(DLL_PROCESS_DETACH);
-    ModuleUsageCounter::instance().setActions(nullptr, nullptr);
-    EXPECT_EQ(output.count("AppLog finalizing"), 1U);
 }
 
 } // namespace

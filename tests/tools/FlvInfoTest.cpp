@@ -1,7 +1,7 @@
 // flvinfo on real films, by the accounts that ffprobe gives of them.
 
+#include "tests/support/ProgramRun.h"
 #include "tests/tools/JsonReader.h"
-#include "tests/tools/ProgramRun.h"
 #include "tests/tools/TestFilm.h"
 
 #include <algorithm>
@@ -12,6 +12,9 @@
 
 namespace JY::Tools {
 namespace {
+
+using Test::ProgramRun;
+using Test::runProgramBeside;
 
 constexpr double audioStream = 1001;
 constexpr double videoStream = 1002;

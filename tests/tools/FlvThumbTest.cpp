@@ -1,7 +1,7 @@
 // flvthumb and PictaroSB on real films, by the pictures that ffmpeg draws of them.
 
+#include "tests/support/ProgramRun.h"
 #include "tests/tools/PngReader.h"
-#include "tests/tools/ProgramRun.h"
 #include "tests/tools/TestFilm.h"
 #include "tools/Session.h"
 #include "tools/Text.h"
@@ -13,6 +13,9 @@
 
 namespace JY::Tools {
 namespace {
+
+using Test::ProgramRun;
+using Test::runProgramBeside;
 
 /// The file that the programs draw into, gone at the end.
 struct FlvThumb : testing::Test {

@@ -1,10 +1,13 @@
 #include "tests/tools/ModuleRegistration.h"
 
-#include "tests/tools/ProgramRun.h"
+#include "tests/support/ProgramRun.h"
 
 namespace JY::Tools {
 
 namespace {
+
+using Test::programFolder;
+using Test::runProgramBeside;
 
 std::wstring regsvr32() {
     std::wstring folder(MAX_PATH, L'\0');

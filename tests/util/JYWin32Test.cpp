@@ -41,11 +41,13 @@ struct Level {
     WELL_KNOWN_SID_TYPE type;
     int number;
     DWORD subAuthority;
+    const char* name;
 };
 
-constexpr Level levels[] = {{WinUntrustedLabelSid, 65, 0x0000}, {WinLowLabelSid, 66, 0x1000},
-                            {WinMediumLabelSid, 67, 0x2000},    {WinHighLabelSid, 68, 0x3000},
-                            {WinSystemLabelSid, 69, 0x4000},    {WinMediumPlusLabelSid, 79, 0x2100}};
+constexpr Level levels[] = {
+    {WinUntrustedLabelSid, 65, 0x0000, "Untrusted"}, {WinLowLabelSid, 66, 0x1000, "Low"},
+    {WinMediumLabelSid, 67, 0x2000, "Medium"},       {WinHighLabelSid, 68, 0x3000, "High"},
+    {WinSystemLabelSid, 69, 0x4000, "System"},       {WinMediumPlusLabelSid, 79, 0x2100, "MediumPlus"}};
 
 std::vector<int> askedTypes;
 
@@ -66,7 +68,15 @@ TEST_P(IntegrityLabel, IsReportedAsTheTypeOfItsSid) {
     EXPECT_EQ(static_cast<int>(JY::integrityLevelOf(sid.get(), knowsEveryLabel)), GetParam().number);
 }
 
+TEST_P(IntegrityLabel, HasAName) {
+    EXPECT_STREQ(JY::integrityLevelName(GetParam().type), GetParam().name);
+}
+
 INSTANTIATE_TEST_SUITE_P(JYWin32, IntegrityLabel, testing::ValuesIn(levels));
+
+TEST(JYWin32, WhatIsNoIntegrityLevelHasNoNameOfOne) {
+    EXPECT_STREQ(JY::integrityLevelName(WinWorldSid), "Unknown");
+}
 
 TEST(JYWin32, LowMediumHighAndSystemLabelsAreKnownToTheSystem) {
     for (const Level& level : std::span(levels).subspan(1, 4)) {

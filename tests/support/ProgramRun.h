@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-namespace JY::Tools {
+namespace JY::Test {
 
 /// What a program that has ended leaves behind.
 struct ProgramRun {
@@ -23,4 +23,4 @@ ProgramRun runProgramBeside(const std::wstring& name, const std::vector<std::wst
 /// The folder of this program.
 std::filesystem::path programFolder();
 
-} // namespace JY::Tools
+} // namespace JY::Test

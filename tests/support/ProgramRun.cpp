@@ -1,11 +1,11 @@
-#include "tests/tools/ProgramRun.h"
+#include "tests/support/ProgramRun.h"
 
 #include <array>
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
 
-namespace JY::Tools {
+namespace JY::Test {
 
 namespace {
 
@@ -83,4 +83,4 @@ ProgramRun runProgramBeside(const std::wstring& name, const std::vector<std::wst
     return run;
 }
 
-} // namespace JY::Tools
+} // namespace JY::Test

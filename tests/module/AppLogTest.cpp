@@ -1,0 +1,450 @@
+#include "module/AppLog.h"
+
+#include "log/Core.h"
+#include "log/Snapshot.h"
+#include "tests/module/AttachedModule.h"
+#include "tests/module/ModuleLog.h"
+#include "tests/support/DebugOutputCapture.h"
+#include "tests/support/ImportPatch.h"
+#include "tests/support/LogCapture.h"
+#include "tests/support/ModuleSetting.h"
+#include "util/JYWin32.h"
+#include "util/Path.h"
+#include "util/TextBuffer.h"
+
+#include <windows.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <string>
+#include <vector>
+
+namespace {
+
+using namespace JY;
+using namespace JY::Pictaro;
+using Log2::Severity;
+using Test::AttachedModule;
+using Test::callDllMain;
+using Test::DebugOutputCapture;
+using Test::ImportPatch;
+using Test::LogCapture;
+using Test::logFileName;
+using Test::ModuleLog;
+using Test::ModuleSetting;
+using Test::snapshotFileName;
+using testing::ElementsAre;
+using testing::MatchesRegex;
+
+constexpr SourceFile here{"AppLogTest"};
+
+std::string narrow(const std::wstring& text) {
+    return (TextBuffer() << text).str();
+}
+
+/// The messages of a log's records.
+std::vector<std::string> messagesOf(const std::string& text) {
+    constexpr std::size_t headLength = 68;
+    std::vector<std::string> messages;
+    std::size_t begin = 0;
+    for (auto end = text.find("\r\n"); end != std::string::npos; end = text.find("\r\n", begin)) {
+        messages.push_back(text.substr(begin, end - begin).substr(headLength));
+        begin = end + 2;
+    }
+    return messages;
+}
+
+std::string messageThatBegins(const std::string& text, const std::string& beginning) {
+    const auto messages = messagesOf(text);
+    const auto found =
+        std::ranges::find_if(messages, [&](const std::string& message) { return message.starts_with(beginning); });
+    return found != messages.end() ? *found : std::string();
+}
+
+BOOL WINAPI denyUserName(wchar_t*, DWORD*) {
+    SetLastError(ERROR_ACCESS_DENIED);
+    return FALSE;
+}
+
+BOOL WINAPI denyToken(HANDLE, DWORD, HANDLE*) {
+    SetLastError(ERROR_ACCESS_DENIED);
+    return FALSE;
+}
+
+BOOL WINAPI knowsTheLowLabelOnly(PSID, WELL_KNOWN_SID_TYPE type) {
+    return type == WinLowLabelSid;
+}
+
+DWORD WINAPI findNoModuleName(HMODULE, wchar_t*, DWORD) {
+    SetLastError(ERROR_INVALID_HANDLE);
+    return 0;
+}
+
+FARPROC WINAPI findNoFunction(HMODULE, const char*) {
+    SetLastError(ERROR_PROC_NOT_FOUND);
+    return nullptr;
+}
+
+/// A default log directory's file of this process, removed at both ends.
+class DefaultLogFile {
+public:
+    explicit DefaultLogFile(const wchar_t* directory)
+        : path_(std::filesystem::path(expandPath(directory)) / logFileName(0)) {
+        remove();
+    }
+    DefaultLogFile(const DefaultLogFile&) = delete;
+    DefaultLogFile& operator=(const DefaultLogFile&) = delete;
+    ~DefaultLogFile() { remove(); }
+
+    std::string text() const {
+        std::ifstream file(path_, std::ios::binary);
+        return {std::istreambuf_iterator<char>(file), {}};
+    }
+
+private:
+    void remove() const {
+        std::error_code ignored;
+        std::filesystem::remove(path_, ignored);
+    }
+
+    std::filesystem::path path_;
+};
+
+// The header.
+
+TEST(AppLog, BeginsWithTheHeaderRecordsInTheirOrder) {
+    const ModuleLog log;
+    { const AttachedModule module; }
+    const std::string own = narrow(getModulePath(nullptr));
+    EXPECT_THAT(messagesOf(log.text()),
+                ElementsAre("TextFileSink selectedFile=" + narrow(log.path()) + "\\" + logFileName(0),
+                            "AppLog initialized. DirPath=" + narrow(log.path()), "Module=" + own, "Exe=" + own,
+                            MatchesRegex("UserName=.+, IntegrityLevel=(Low|Medium|High|System)"),
+                            // The test program has no version, which is told before it is left empty.
+                            MatchesRegex("Exception caught\\. class JY::ApiErrorException, GetFileVersionInfoSize.*"),
+                            "OriginalFilename=, ProductVersion=, FileVersion=",
+                            MatchesRegex("OsVersion=\\d+\\.\\d+, ReleaseID=\\d*, SP=\\d+\\.\\d+, BuildNumber=\\d+, "
+                                         "ProductType=[123]"),
+                            "NormalLogSeverityThreshold=warn", "AppLog finalizing"));
+}
+
+TEST(AppLog, HeaderRecordsAreNotices) {
+    const ModuleLog log;
+    { const AttachedModule module; }
+    const std::string text = log.text();
+    EXPECT_EQ(Test::countIn(text, " notice TextFileSink        (   60) TextFileSink selectedFile="), 1U);
+    for (const char* const beginning : {"AppLog initialized.", "Module=", "Exe=", "UserName=", "OriginalFilename=",
+                                        "OsVersion=", "NormalLogSeverityThreshold=", "AppLog finalizing"}) {
+        EXPECT_EQ(messageThatBegins(text, beginning).empty(), false) << beginning;
+    }
+    EXPECT_EQ(Test::countIn(text, " notice AppLog              ("), 8U);
+}
+
+TEST(AppLog, UserThatCannotBeHadIsEmptyAndTold) {
+    const ModuleLog log;
+    {
+        const ImportPatch<decltype(&GetUserNameW)> patch("GetUserNameW", &denyUserName);
+        const AttachedModule module;
+    }
+    EXPECT_THAT(messageThatBegins(log.text(), "UserName="), MatchesRegex("UserName=, IntegrityLevel=.+"));
+    EXPECT_EQ(log.count(" warn   AppLog "), 2U); // the version's and this
+    EXPECT_EQ(log.count("Exception caught. class JY::ApiErrorException, GetUserName: (0x00000005;"), 1U);
+}
+
+TEST(AppLog, IntegrityLevelThatCannotBeHadIsEmptyAndTold) {
+    const ModuleLog log;
+    {
+        const ImportPatch<decltype(&OpenProcessToken)> patch("OpenProcessToken", &denyToken);
+        const AttachedModule module;
+    }
+    EXPECT_THAT(messageThatBegins(log.text(), "UserName="), MatchesRegex("UserName=.+, IntegrityLevel="));
+    EXPECT_EQ(log.count("class JY::ApiErrorException, OpenProcessToken: (0x00000005;"), 1U);
+}
+
+TEST(AppLog, ModulePathsThatCannotBeHadAreEmptyAndTold) {
+    const ModuleLog log;
+    {
+        const ImportPatch<decltype(&GetModuleFileNameW)> patch("GetModuleFileNameW", &findNoModuleName);
+        const AttachedModule module;
+    }
+    EXPECT_EQ(log.count(") Module=\r\n"), 1U);
+    EXPECT_EQ(log.count(") Exe=\r\n"), 1U);
+    EXPECT_EQ(log.count(") OriginalFilename=, ProductVersion=, FileVersion=\r\n"), 1U);
+    EXPECT_EQ(log.count("class JY::ApiErrorException, GetModuleFileName: (0x00000006;"), 3U);
+}
+
+TEST(AppLog, SystemVersionThatCannotBeHadIsEmptyAndTold) {
+    const ModuleLog log;
+    {
+        const ImportPatch<decltype(&GetProcAddress)> patch("GetProcAddress", &findNoFunction);
+        const AttachedModule module;
+    }
+    EXPECT_EQ(log.count(") OsVersion=, ReleaseID=, SP=, BuildNumber=, ProductType=\r\n"), 1U);
+    EXPECT_EQ(log.count("class JY::ApiErrorException, GetProcAddress: (0x0000007f;"), 1U);
+}
+
+// The directory.
+
+TEST(AppLog, LogsIntoTheTemporaryFolderByDefault) {
+    const DefaultLogFile file(L"%TEMP%\\JyMorvane\\Pictaro");
+    { const AttachedModule module; }
+    EXPECT_EQ(Test::countIn(file.text(), "AppLog initialized. DirPath=%TEMP%\\JyMorvane\\Pictaro\r\n"), 1U);
+}
+
+TEST(AppLog, LogsIntoTheLowFolderInAProcessOfLowIntegrity) {
+    const DefaultLogFile file(L"%LocalAppDataLow%\\JyMorvane\\Pictaro");
+    {
+        const ImportPatch<decltype(&IsWellKnownSid)> patch("IsWellKnownSid", &knowsTheLowLabelOnly);
+        const AttachedModule module;
+    }
+    const std::string text = file.text();
+    EXPECT_EQ(Test::countIn(text, "AppLog initialized. DirPath=%LocalAppDataLow%\\JyMorvane\\Pictaro\r\n"), 1U);
+    EXPECT_EQ(Test::countIn(text, ", IntegrityLevel=Low\r\n"), 1U);
+}
+
+TEST(AppLog, DirectoryOfTheSettingGoesBeforeTheIntegrityLevel) {
+    const ModuleLog log;
+    const ImportPatch<decltype(&IsWellKnownSid)> patch("IsWellKnownSid", &knowsTheLowLabelOnly);
+    { const AttachedModule module; }
+    EXPECT_EQ(log.count(", IntegrityLevel=Low\r\n"), 1U);
+}
+
+TEST(AppLog, LogsIntoTheTemporaryFolderWhenTheSettingCannotBeRead) {
+    const DefaultLogFile file(L"%TEMP%\\JyMorvane\\Pictaro");
+    {
+        const ModuleSetting mistyped(L"LogDir", 1);
+        const AttachedModule module;
+    }
+    const std::string text = file.text();
+    EXPECT_EQ(Test::countIn(text, "AppLog initialized. DirPath=%TEMP%\\JyMorvane\\Pictaro\r\n"), 1U);
+    EXPECT_EQ(Test::countIn(text, "class JY::ErrorException, Type missmatch."), 1U);
+}
+
+TEST(AppLog, LogsIntoTheTemporaryFolderWhenTheIntegrityLevelCannotBeHad) {
+    const DefaultLogFile file(L"%TEMP%\\JyMorvane\\Pictaro");
+    {
+        const ImportPatch<decltype(&OpenProcessToken)> patch("OpenProcessToken", &denyToken);
+        const AttachedModule module;
+    }
+    EXPECT_EQ(Test::countIn(file.text(), "class JY::ApiErrorException, OpenProcessToken: (0x00000005;"), 2U);
+}
+
+TEST(AppLog, SendsItsRecordsToTheDebuggerWhenTheDirectoryHasAnUnknownName) {
+    const DebugOutputCapture output;
+    {
+        const ModuleSetting directory(L"LogDir", L"%JyNoSuchName%\\logs");
+        const AttachedModule module;
+    }
+    EXPECT_EQ(output.count("class JY::ErrorException, Illegal % in log path."), 2U); // both sinks are left out
+    EXPECT_EQ(output.count(") AppLog initialized. DirPath=%JyNoSuchName%\\logs\n"), 1U);
+    EXPECT_EQ(output.count(") NormalLogSeverityThreshold=warn\n"), 1U);
+    EXPECT_EQ(output.count(") AppLog finalizing\n"), 1U);
+}
+
+TEST(AppLog, SnapshotWithoutASinkForItIsFatal) {
+    const DebugOutputCapture output;
+    const ModuleSetting directory(L"LogDir", L"%JyNoSuchName%\\logs");
+    const AttachedModule module;
+    AppLog::snapshot();
+    EXPECT_EQ(output.count(" fatal  AppLog "), 1U);
+    EXPECT_EQ(output.count(") Invalid snapshot instance.\n"), 1U);
+}
+
+TEST(AppLog, SendsItsRecordsToTheDebuggerWhenTheDirectoryCannotBeMade) {
+    const ModuleLog log;
+    std::ofstream(std::filesystem::path(log.path()) / "file") << "in the way";
+    const ModuleSetting directory(L"LogDir", log.path() + L"\\file\\logs");
+    const DebugOutputCapture output;
+    { const AttachedModule module; }
+    EXPECT_GE(output.count(") NormalLogSeverityThreshold=warn"), 1U);
+    EXPECT_GE(output.count(") AppLog finalizing"), 1U);
+}
+
+// The files.
+
+TEST(AppLog, NamesItsFilesByTheProcess) {
+    const ModuleLog log;
+    { const AttachedModule module; }
+    EXPECT_THAT(log.fileNames(), ElementsAre("JyFlvSource-" + std::to_string(GetCurrentProcessId()) + "-0.log"));
+}
+
+TEST(AppLog, SecondLoadGoesOnInTheSameFile) {
+    const ModuleLog log;
+    { const AttachedModule first; }
+    { const AttachedModule second; }
+    EXPECT_THAT(log.fileNames(), ElementsAre(logFileName(0)));
+    EXPECT_EQ(log.count("AppLog initialized."), 2U);
+}
+
+TEST(AppLog, TakesTheNextFileWhenAnotherProgramHoldsTheFirst) {
+    const ModuleLog log;
+    const std::filesystem::path first = std::filesystem::path(log.path()) / logFileName(0);
+    {
+        const Handle held(CreateFileW(first.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr));
+        ASSERT_TRUE(held);
+        const AttachedModule module;
+    }
+    EXPECT_EQ(log.read(logFileName(0)), "");
+    EXPECT_EQ(Test::countIn(log.read(logFileName(1)), ") AppLog initialized. DirPath="), 1U);
+    EXPECT_EQ(Test::countIn(log.read(logFileName(1)), ") AppLog finalizing\r\n"), 1U);
+}
+
+TEST(AppLog, KeepsTheDirectoryWithinTwiceTheRing) {
+    const ModuleLog log;
+    const std::filesystem::path directory = log.path();
+    constexpr std::uintmax_t half = 8 * 0x100000;
+    const auto makeFile = [&](const char* name, std::uintmax_t size) {
+        std::ofstream(directory / name).close();
+        std::filesystem::resize_file(directory / name, size);
+    };
+    makeFile("JyFlvSource-1-0.log", half);
+    makeFile("JyFlvSource-2-s-0.log", half);
+    makeFile("JyFlvSource-3-7.log", 1); // one byte too much
+    makeFile("Other-1-0.log", half * 4);
+    makeFile("JyFlvSource.txt", half * 4);
+    { const AttachedModule module; }
+    std::uintmax_t total = 0;
+    for (const std::string& name : log.fileNames()) {
+        total += name.starts_with("JyFlvSource-") ? std::filesystem::file_size(directory / name) : 0;
+    }
+    EXPECT_LE(total, 2 * half);
+    EXPECT_GE(total, half); // no more than needed went
+    EXPECT_TRUE(std::filesystem::exists(directory / "Other-1-0.log"));
+    EXPECT_TRUE(std::filesystem::exists(directory / "JyFlvSource.txt"));
+}
+
+// Levels.
+
+TEST(AppLog, NormalLevelDecidesWhatReachesTheFiles) {
+    const ModuleLog log;
+    const AttachedModule module;
+    Log2::untraced().info(here()) << "before";
+    AppLog::setNormalLevel(Severity::info);
+    Log2::untraced().info(here()) << "after";
+    Log2::untraced().debug(here()) << "below";
+    EXPECT_EQ(log.count(") NormalLogSeverityThreshold=info\r\n"), 1U);
+    EXPECT_EQ(log.count(") after\r\n"), 1U);
+    EXPECT_EQ(log.count("before"), 0U);
+    EXPECT_EQ(log.count("below"), 0U);
+}
+
+TEST(AppLog, NamesALevelOutsideTheTableUnknown) {
+    const LogCapture log;
+    AppLog::setNormalLevel(static_cast<Severity>(9));
+    EXPECT_EQ(log.count(Severity::notice, "NormalLogSeverityThreshold=Unknown"), 1U);
+}
+
+// Snapshots.
+
+TEST(AppLog, WritesNoSnapshotUnasked) {
+    const ModuleLog log;
+    {
+        const AttachedModule module;
+        Log2::untraced().fatal(here()) << "not of a boundary";
+    }
+    EXPECT_EQ(log.snapshotText(), "");
+    EXPECT_THAT(log.fileNames(), ElementsAre(logFileName(0)));
+}
+
+TEST(AppLog, SnapshotHoldsWhatTheFilesLeaveOut) {
+    const ModuleLog log;
+    const AttachedModule module;
+    Log2::untraced().trace(here()) << "too fine for the files";
+    Log2::requestSnapshot();
+    EXPECT_EQ(log.count("too fine for the files"), 0U);
+    const std::string snapshot = log.read(snapshotFileName(0));
+    EXPECT_EQ(Test::countIn(snapshot, ") too fine for the files\r\n"), 1U);
+    EXPECT_EQ(Test::countIn(snapshot, ") onProcessAttach.\r\n"), 1U);
+    EXPECT_EQ(Test::countIn(snapshot, ") Begin snapshot.-----\r\n"), 1U);
+    EXPECT_EQ(Test::countIn(snapshot, ") End snapshot.----- Digest="), 1U);
+}
+
+TEST(AppLog, SnapshotHoldsTheLastThousandRecords) {
+    const ModuleLog log;
+    const AttachedModule module;
+    for (int number = 1; number <= 1001; ++number) {
+        Log2::untraced().trace(here()) << "number " << number << '.';
+    }
+    AppLog::snapshot();
+    const std::string snapshot = log.snapshotText();
+    EXPECT_EQ(Test::countIn(snapshot, ") number "), 1000U);
+    EXPECT_EQ(Test::countIn(snapshot, ") number 1.\r\n"), 0U);
+    EXPECT_EQ(Test::countIn(snapshot, ") number 1001.\r\n"), 1U);
+}
+
+TEST(AppLog, SnapshotLevelDecidesWhatIsKept) {
+    const ModuleLog log;
+    const AttachedModule module;
+    AppLog::setSnapshotLevel(Severity::info);
+    Log2::untraced().debug(here()) << "below";
+    Log2::untraced().info(here()) << "kept";
+    AppLog::snapshot();
+    EXPECT_EQ(Test::countIn(log.snapshotText(), "below"), 0U);
+    EXPECT_EQ(Test::countIn(log.snapshotText(), ") kept\r\n"), 1U);
+}
+
+TEST(AppLog, SecondSnapshotHoldsTheRecordsAgain) {
+    const ModuleLog log;
+    const AttachedModule module;
+    Log2::untraced().trace(here()) << "once";
+    AppLog::snapshot();
+    AppLog::snapshot();
+    EXPECT_EQ(Test::countIn(log.snapshotText(), ") once\r\n"), 2U);
+    EXPECT_EQ(Test::countIn(log.snapshotText(), ") Begin snapshot.-----\r\n"), 2U);
+}
+
+BOOL WINAPI denyCryptography(HCRYPTPROV*, const wchar_t*, const wchar_t*, DWORD, DWORD) {
+    SetLastError(ERROR_ACCESS_DENIED);
+    return FALSE;
+}
+
+TEST(AppLog, RecordsASnapshotThatFails) {
+    const ModuleLog log;
+    const AttachedModule module;
+    {
+        const ImportPatch<decltype(&CryptAcquireContextW)> patch("CryptAcquireContextW", &denyCryptography);
+        Log2::requestSnapshot();
+    }
+    EXPECT_EQ(log.count("class JY::ApiErrorException, CryptAcquireContext: (0x00000005;"), 1U);
+    Log2::requestSnapshot();
+    EXPECT_EQ(Test::countIn(log.snapshotText(), ") End snapshot.----- Digest="), 1U);
+}
+
+// The end.
+
+TEST(AppLog, ReportsLoggersThatOutliveIt) {
+    const ModuleLog log;
+    callDllMain(DLL_PROCESS_ATTACH);
+    {
+        const auto alive = Log2::untraced();
+        callDllMain(DLL_PROCESS_DETACH);
+    }
+    ModuleUsageCounter::instance().setActions(nullptr, nullptr);
+    EXPECT_EQ(log.count(" warn   Core                (   34) There are some Logger instances exists. =1\r\n"), 1U);
+}
+
+TEST(AppLog, IsFinalizedOnceOnly) {
+    const ModuleLog log;
+    callDllMain(DLL_PROCESS_ATTACH);
+    callDllMain(DLL_PROCESS_DETACH);
+    callDllMain(DLL_PROCESS_DETACH);
+    ModuleUsageCounter::instance().setActions(nullptr, nullptr);
+    EXPECT_EQ(log.count("AppLog finalizing"), 1U);
+}
+
+TEST(AppLog, KeepsNoFileOpenAfterItsEnd) {
+    const ModuleLog log;
+    {
+        const AttachedModule module;
+        AppLog::snapshot();
+        EXPECT_TRUE(log.isHeld(logFileName(0)));
+        EXPECT_TRUE(log.isHeld(snapshotFileName(0)));
+    }
+    EXPECT_FALSE(log.isHeld(logFileName(0)));
+    EXPECT_FALSE(log.isHeld(snapshotFileName(0)));
+}
+
+} // namespace
