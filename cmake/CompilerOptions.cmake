@@ -33,3 +33,18 @@ function(jy_add_layer name)
   add_library(jy_${name} STATIC ${ARG_SOURCES})
   target_link_libraries(jy_${name} PUBLIC jy_options jy_boost ${ARG_USES})
 endfunction()
+
+# jy_separate_debug_information(TARGET): moves it into a file beside the library, TARGET.debug, which debuggers find; a
+# host that loads the library need not read it.
+function(jy_separate_debug_information target)
+  if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_OBJCOPY AND CMAKE_STRIP)
+    set(file $<TARGET_FILE:${target}>)
+    set(debug_file $<TARGET_FILE_DIR:${target}>/${target}.debug)
+    add_custom_command(
+      TARGET ${target} POST_BUILD
+      COMMAND ${CMAKE_OBJCOPY} --only-keep-debug ${file} ${debug_file}
+      COMMAND ${CMAKE_STRIP} ${file}
+      COMMAND ${CMAKE_OBJCOPY} --add-gnu-debuglink=${debug_file} ${file}
+      VERBATIM)
+  endif()
+endfunction()

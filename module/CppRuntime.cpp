@@ -3,7 +3,7 @@
 // thread library), and the reserve from which exceptions are made when memory is short. Here the state lies in a
 // slot that the system clears when a thread ends and when the library goes, and the reserve is released at the end.
 
-#ifdef __GLIBCXX__
+#ifdef __MINGW32__
 
 #include <windows.h>
 

@@ -4,9 +4,12 @@
 #include "util/ErrorException.h"
 #include "util/Handle.h"
 
+#include <windows.h>
 // lmcons.h needs the types of windows.h.
-#include <cstddef>
 #include <lmcons.h>
+
+#include <algorithm>
+#include <cstddef>
 #include <vector>
 
 namespace JY {

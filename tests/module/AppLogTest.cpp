@@ -8,11 +8,14 @@
 #include "tests/support/ImportPatch.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/ModuleSetting.h"
+#include "util/Handle.h"
 #include "util/JYWin32.h"
 #include "util/Path.h"
 #include "util/TextBuffer.h"
 
 #include <windows.h>
+// wincrypt.h needs the types of windows.h.
+#include <wincrypt.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -29,6 +32,7 @@ using namespace JY::Pictaro;
 using Log2::Severity;
 using Test::AttachedModule;
 using Test::callDllMain;
+using Test::countIn;
 using Test::DebugOutputCapture;
 using Test::ImportPatch;
 using Test::LogCapture;
@@ -38,6 +42,7 @@ using Test::ModuleSetting;
 using Test::snapshotFileName;
 using testing::ElementsAre;
 using testing::MatchesRegex;
+using testing::StartsWith;
 
 constexpr SourceFile here{"AppLogTest"};
 
@@ -88,29 +93,31 @@ FARPROC WINAPI findNoFunction(HMODULE, const char*) {
     return nullptr;
 }
 
-/// A default log directory's file of this process, removed at both ends.
-class DefaultLogFile {
+/// What this process logs into a default log directory; removed at both ends.
+class DefaultLog {
 public:
-    explicit DefaultLogFile(const wchar_t* directory)
-        : path_(std::filesystem::path(expandPath(directory)) / logFileName(0)) {
-        remove();
-    }
-    DefaultLogFile(const DefaultLogFile&) = delete;
-    DefaultLogFile& operator=(const DefaultLogFile&) = delete;
-    ~DefaultLogFile() { remove(); }
+    explicit DefaultLog(const wchar_t* directory) : directory_(expandPath(directory)) { remove(); }
+    DefaultLog(const DefaultLog&) = delete;
+    DefaultLog& operator=(const DefaultLog&) = delete;
+    ~DefaultLog() { remove(); }
 
     std::string text() const {
-        std::ifstream file(path_, std::ios::binary);
+        std::ifstream file(directory_ / logFileName(0), std::ios::binary);
         return {std::istreambuf_iterator<char>(file), {}};
     }
 
 private:
     void remove() const {
+        const std::string own = logFileName(0).substr(0, logFileName(0).size() - std::size("0.log") + 1);
         std::error_code ignored;
-        std::filesystem::remove(path_, ignored);
+        for (const auto& entry : std::filesystem::directory_iterator(directory_, ignored)) {
+            if (entry.path().filename().string().starts_with(own)) {
+                std::filesystem::remove(entry.path(), ignored);
+            }
+        }
     }
 
-    std::filesystem::path path_;
+    std::filesystem::path directory_;
 };
 
 // The header.
@@ -119,28 +126,29 @@ TEST(AppLog, BeginsWithTheHeaderRecordsInTheirOrder) {
     const ModuleLog log;
     { const AttachedModule module; }
     const std::string own = narrow(getModulePath(nullptr));
-    EXPECT_THAT(messagesOf(log.text()),
-                ElementsAre("TextFileSink selectedFile=" + narrow(log.path()) + "\\" + logFileName(0),
-                            "AppLog initialized. DirPath=" + narrow(log.path()), "Module=" + own, "Exe=" + own,
-                            MatchesRegex("UserName=.+, IntegrityLevel=(Low|Medium|High|System)"),
-                            // The test program has no version, which is told before it is left empty.
-                            MatchesRegex("Exception caught\\. class JY::ApiErrorException, GetFileVersionInfoSize.*"),
-                            "OriginalFilename=, ProductVersion=, FileVersion=",
-                            MatchesRegex("OsVersion=\\d+\\.\\d+, ReleaseID=\\d*, SP=\\d+\\.\\d+, BuildNumber=\\d+, "
-                                         "ProductType=[123]"),
-                            "NormalLogSeverityThreshold=warn", "AppLog finalizing"));
+    EXPECT_THAT(
+        messagesOf(log.text()),
+        ElementsAre("TextFileSink selectedFile=" + narrow(log.path()) + "\\" + logFileName(0),
+                    "AppLog initialized. DirPath=" + narrow(log.path()), "Module=" + own, "Exe=" + own,
+                    "UserName=" + narrow(getUserName()) + ", IntegrityLevel=" + integrityLevelName(getIntegrityLevel()),
+                    // The test program has no version, which is told before it is left empty.
+                    StartsWith("Exception caught. class JY::ApiErrorException, GetFileVersionInfoSize: "),
+                    "OriginalFilename=, ProductVersion=, FileVersion=",
+                    MatchesRegex("OsVersion=\\d+\\.\\d+, ReleaseID=\\d*, SP=\\d+\\.\\d+, BuildNumber=\\d+, "
+                                 "ProductType=\\d"),
+                    "NormalLogSeverityThreshold=warn", "AppLog finalizing"));
 }
 
 TEST(AppLog, HeaderRecordsAreNotices) {
     const ModuleLog log;
     { const AttachedModule module; }
     const std::string text = log.text();
-    EXPECT_EQ(Test::countIn(text, " notice TextFileSink        (   60) TextFileSink selectedFile="), 1U);
+    EXPECT_EQ(countIn(text, " notice TextFileSink        (   60) TextFileSink selectedFile="), 1U);
     for (const char* const beginning : {"AppLog initialized.", "Module=", "Exe=", "UserName=", "OriginalFilename=",
                                         "OsVersion=", "NormalLogSeverityThreshold=", "AppLog finalizing"}) {
         EXPECT_EQ(messageThatBegins(text, beginning).empty(), false) << beginning;
     }
-    EXPECT_EQ(Test::countIn(text, " notice AppLog              ("), 8U);
+    EXPECT_EQ(countIn(text, " notice AppLog              ("), 8U);
 }
 
 TEST(AppLog, UserThatCannotBeHadIsEmptyAndTold) {
@@ -151,7 +159,7 @@ TEST(AppLog, UserThatCannotBeHadIsEmptyAndTold) {
     }
     EXPECT_THAT(messageThatBegins(log.text(), "UserName="), MatchesRegex("UserName=, IntegrityLevel=.+"));
     EXPECT_EQ(log.count(" warn   AppLog "), 2U); // the version's and this
-    EXPECT_EQ(log.count("Exception caught. class JY::ApiErrorException, GetUserName: (0x00000005;"), 1U);
+    EXPECT_EQ(log.count("Exception caught. class JY::ApiErrorException, GetUserName: (0x5;"), 1U);
 }
 
 TEST(AppLog, IntegrityLevelThatCannotBeHadIsEmptyAndTold) {
@@ -161,7 +169,7 @@ TEST(AppLog, IntegrityLevelThatCannotBeHadIsEmptyAndTold) {
         const AttachedModule module;
     }
     EXPECT_THAT(messageThatBegins(log.text(), "UserName="), MatchesRegex("UserName=.+, IntegrityLevel="));
-    EXPECT_EQ(log.count("class JY::ApiErrorException, OpenProcessToken: (0x00000005;"), 1U);
+    EXPECT_EQ(log.count("class JY::ApiErrorException, OpenProcessToken: (0x5;"), 1U);
 }
 
 TEST(AppLog, ModulePathsThatCannotBeHadAreEmptyAndTold) {
@@ -173,7 +181,7 @@ TEST(AppLog, ModulePathsThatCannotBeHadAreEmptyAndTold) {
     EXPECT_EQ(log.count(") Module=\r\n"), 1U);
     EXPECT_EQ(log.count(") Exe=\r\n"), 1U);
     EXPECT_EQ(log.count(") OriginalFilename=, ProductVersion=, FileVersion=\r\n"), 1U);
-    EXPECT_EQ(log.count("class JY::ApiErrorException, GetModuleFileName: (0x00000006;"), 3U);
+    EXPECT_EQ(log.count("class JY::ApiErrorException, GetModuleFileName: (0x6;"), 3U);
 }
 
 TEST(AppLog, SystemVersionThatCannotBeHadIsEmptyAndTold) {
@@ -183,26 +191,26 @@ TEST(AppLog, SystemVersionThatCannotBeHadIsEmptyAndTold) {
         const AttachedModule module;
     }
     EXPECT_EQ(log.count(") OsVersion=, ReleaseID=, SP=, BuildNumber=, ProductType=\r\n"), 1U);
-    EXPECT_EQ(log.count("class JY::ApiErrorException, GetProcAddress: (0x0000007f;"), 1U);
+    EXPECT_EQ(log.count("class JY::ApiErrorException, GetProcAddress: (0x7f;"), 1U);
 }
 
 // The directory.
 
 TEST(AppLog, LogsIntoTheTemporaryFolderByDefault) {
-    const DefaultLogFile file(L"%TEMP%\\JyMorvane\\Pictaro");
+    const DefaultLog log(L"%TEMP%\\JyMorvane\\Pictaro");
     { const AttachedModule module; }
-    EXPECT_EQ(Test::countIn(file.text(), "AppLog initialized. DirPath=%TEMP%\\JyMorvane\\Pictaro\r\n"), 1U);
+    EXPECT_EQ(countIn(log.text(), "AppLog initialized. DirPath=%TEMP%\\JyMorvane\\Pictaro\r\n"), 1U);
 }
 
 TEST(AppLog, LogsIntoTheLowFolderInAProcessOfLowIntegrity) {
-    const DefaultLogFile file(L"%LocalAppDataLow%\\JyMorvane\\Pictaro");
+    const DefaultLog log(L"%LocalAppDataLow%\\JyMorvane\\Pictaro");
     {
         const ImportPatch<decltype(&IsWellKnownSid)> patch("IsWellKnownSid", &knowsTheLowLabelOnly);
         const AttachedModule module;
     }
-    const std::string text = file.text();
-    EXPECT_EQ(Test::countIn(text, "AppLog initialized. DirPath=%LocalAppDataLow%\\JyMorvane\\Pictaro\r\n"), 1U);
-    EXPECT_EQ(Test::countIn(text, ", IntegrityLevel=Low\r\n"), 1U);
+    const std::string text = log.text();
+    EXPECT_EQ(countIn(text, "AppLog initialized. DirPath=%LocalAppDataLow%\\JyMorvane\\Pictaro\r\n"), 1U);
+    EXPECT_EQ(countIn(text, ", IntegrityLevel=Low\r\n"), 1U);
 }
 
 TEST(AppLog, DirectoryOfTheSettingGoesBeforeTheIntegrityLevel) {
@@ -213,23 +221,23 @@ TEST(AppLog, DirectoryOfTheSettingGoesBeforeTheIntegrityLevel) {
 }
 
 TEST(AppLog, LogsIntoTheTemporaryFolderWhenTheSettingCannotBeRead) {
-    const DefaultLogFile file(L"%TEMP%\\JyMorvane\\Pictaro");
+    const DefaultLog log(L"%TEMP%\\JyMorvane\\Pictaro");
     {
         const ModuleSetting mistyped(L"LogDir", 1);
         const AttachedModule module;
     }
-    const std::string text = file.text();
-    EXPECT_EQ(Test::countIn(text, "AppLog initialized. DirPath=%TEMP%\\JyMorvane\\Pictaro\r\n"), 1U);
-    EXPECT_EQ(Test::countIn(text, "class JY::ErrorException, Type missmatch."), 1U);
+    const std::string text = log.text();
+    EXPECT_EQ(countIn(text, "AppLog initialized. DirPath=%TEMP%\\JyMorvane\\Pictaro\r\n"), 1U);
+    EXPECT_EQ(countIn(text, "class JY::ErrorException, Type missmatch."), 1U);
 }
 
 TEST(AppLog, LogsIntoTheTemporaryFolderWhenTheIntegrityLevelCannotBeHad) {
-    const DefaultLogFile file(L"%TEMP%\\JyMorvane\\Pictaro");
+    const DefaultLog log(L"%TEMP%\\JyMorvane\\Pictaro");
     {
         const ImportPatch<decltype(&OpenProcessToken)> patch("OpenProcessToken", &denyToken);
         const AttachedModule module;
     }
-    EXPECT_EQ(Test::countIn(file.text(), "class JY::ApiErrorException, OpenProcessToken: (0x00000005;"), 2U);
+    EXPECT_EQ(countIn(log.text(), "class JY::ApiErrorException, OpenProcessToken: (0x5;"), 2U);
 }
 
 TEST(AppLog, SendsItsRecordsToTheDebuggerWhenTheDirectoryHasAnUnknownName) {
@@ -288,8 +296,8 @@ TEST(AppLog, TakesTheNextFileWhenAnotherProgramHoldsTheFirst) {
         const AttachedModule module;
     }
     EXPECT_EQ(log.read(logFileName(0)), "");
-    EXPECT_EQ(Test::countIn(log.read(logFileName(1)), ") AppLog initialized. DirPath="), 1U);
-    EXPECT_EQ(Test::countIn(log.read(logFileName(1)), ") AppLog finalizing\r\n"), 1U);
+    EXPECT_EQ(countIn(log.read(logFileName(1)), ") AppLog initialized. DirPath="), 1U);
+    EXPECT_EQ(countIn(log.read(logFileName(1)), ") AppLog finalizing\r\n"), 1U);
 }
 
 TEST(AppLog, KeepsTheDirectoryWithinTwiceTheRing) {
@@ -356,10 +364,10 @@ TEST(AppLog, SnapshotHoldsWhatTheFilesLeaveOut) {
     Log2::requestSnapshot();
     EXPECT_EQ(log.count("too fine for the files"), 0U);
     const std::string snapshot = log.read(snapshotFileName(0));
-    EXPECT_EQ(Test::countIn(snapshot, ") too fine for the files\r\n"), 1U);
-    EXPECT_EQ(Test::countIn(snapshot, ") onProcessAttach.\r\n"), 1U);
-    EXPECT_EQ(Test::countIn(snapshot, ") Begin snapshot.-----\r\n"), 1U);
-    EXPECT_EQ(Test::countIn(snapshot, ") End snapshot.----- Digest="), 1U);
+    EXPECT_EQ(countIn(snapshot, ") too fine for the files\r\n"), 1U);
+    EXPECT_EQ(countIn(snapshot, ") onProcessAttach.\r\n"), 1U);
+    EXPECT_EQ(countIn(snapshot, ") Begin snapshot.-----\r\n"), 1U);
+    EXPECT_EQ(countIn(snapshot, ") End snapshot.----- Digest="), 1U);
 }
 
 TEST(AppLog, SnapshotHoldsTheLastThousandRecords) {
@@ -370,9 +378,9 @@ TEST(AppLog, SnapshotHoldsTheLastThousandRecords) {
     }
     AppLog::snapshot();
     const std::string snapshot = log.snapshotText();
-    EXPECT_EQ(Test::countIn(snapshot, ") number "), 1000U);
-    EXPECT_EQ(Test::countIn(snapshot, ") number 1.\r\n"), 0U);
-    EXPECT_EQ(Test::countIn(snapshot, ") number 1001.\r\n"), 1U);
+    EXPECT_EQ(countIn(snapshot, ") number "), 1000U);
+    EXPECT_EQ(countIn(snapshot, ") number 1.\r\n"), 0U);
+    EXPECT_EQ(countIn(snapshot, ") number 1001.\r\n"), 1U);
 }
 
 TEST(AppLog, SnapshotLevelDecidesWhatIsKept) {
@@ -382,8 +390,8 @@ TEST(AppLog, SnapshotLevelDecidesWhatIsKept) {
     Log2::untraced().debug(here()) << "below";
     Log2::untraced().info(here()) << "kept";
     AppLog::snapshot();
-    EXPECT_EQ(Test::countIn(log.snapshotText(), "below"), 0U);
-    EXPECT_EQ(Test::countIn(log.snapshotText(), ") kept\r\n"), 1U);
+    EXPECT_EQ(countIn(log.snapshotText(), "below"), 0U);
+    EXPECT_EQ(countIn(log.snapshotText(), ") kept\r\n"), 1U);
 }
 
 TEST(AppLog, SecondSnapshotHoldsTheRecordsAgain) {
@@ -392,8 +400,8 @@ TEST(AppLog, SecondSnapshotHoldsTheRecordsAgain) {
     Log2::untraced().trace(here()) << "once";
     AppLog::snapshot();
     AppLog::snapshot();
-    EXPECT_EQ(Test::countIn(log.snapshotText(), ") once\r\n"), 2U);
-    EXPECT_EQ(Test::countIn(log.snapshotText(), ") Begin snapshot.-----\r\n"), 2U);
+    EXPECT_EQ(countIn(log.snapshotText(), ") once\r\n"), 2U);
+    EXPECT_EQ(countIn(log.snapshotText(), ") Begin snapshot.-----\r\n"), 2U);
 }
 
 BOOL WINAPI denyCryptography(HCRYPTPROV*, const wchar_t*, const wchar_t*, DWORD, DWORD) {
@@ -408,9 +416,9 @@ TEST(AppLog, RecordsASnapshotThatFails) {
         const ImportPatch<decltype(&CryptAcquireContextW)> patch("CryptAcquireContextW", &denyCryptography);
         Log2::requestSnapshot();
     }
-    EXPECT_EQ(log.count("class JY::ApiErrorException, CryptAcquireContext: (0x00000005;"), 1U);
+    EXPECT_EQ(log.count("class JY::ApiErrorException, CryptAcquireContext: (0x5;"), 1U);
     Log2::requestSnapshot();
-    EXPECT_EQ(Test::countIn(log.snapshotText(), ") End snapshot.----- Digest="), 1U);
+    EXPECT_EQ(countIn(log.snapshotText(), ") End snapshot.----- Digest="), 1U);
 }
 
 // The end.

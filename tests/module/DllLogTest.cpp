@@ -1,19 +1,21 @@
 #include "tests/log/Sha1.h"
 #include "tests/module/LoadedModule.h"
 #include "tests/module/ModuleLog.h"
+#include "tests/source/ClientObjects.h"
 #include "tests/support/ModuleSetting.h"
 #include "tests/support/OpenHandles.h"
 #include "tests/support/ProgramRun.h"
 
 #include <windows.h>
 // psapi.h needs the types of windows.h.
+#include <psapi.h>
+
 #include <array>
 #include <bit>
 #include <cstdio>
 #include <filesystem>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <psapi.h>
 #include <string>
 #include <thread>
 #include <vector>
@@ -21,6 +23,8 @@
 namespace {
 
 using JY::Test::CanUnloadNow;
+using JY::Test::ClientCallback;
+using JY::Test::ClientState;
 using JY::Test::countIn;
 using JY::Test::countOpenHandles;
 using JY::Test::GetClassObject;
@@ -181,22 +185,27 @@ std::size_t privateBytes() {
     return counters.PagefileUsage;
 }
 
+/// Loads the library, has it throw and catch an exception, and unloads it.
+void useOnce(ClientCallback& callback) {
+    const LoadedModule module;
+    const auto handler = module.makeHandler();
+    ClientState bytes; // in the place of a byte stream, which is not used
+    EXPECT_EQ(handler->BeginCreateObject(reinterpret_cast<IMFByteStream*>(&bytes), L"no URL", MF_RESOLUTION_MEDIASOURCE,
+                                         nullptr, nullptr, &callback, nullptr),
+              E_INVALIDARG);
+}
+
 TEST(DllLog, AThousandLoadsLeaveNothingBehind) {
     const ModuleLog log;
-    const auto useOnce = [] {
-        const LoadedModule module;
-        void* const badPlace = reinterpret_cast<void*>(8); // throws
-        EXPECT_EQ(
-            module.find<GetClassObject>("DllGetClassObject")(CLSID_NULL, IID_IUnknown, static_cast<void**>(badPlace)),
-            E_FAIL);
-    };
+    ClientCallback callback;
     for (int warmUp = 0; warmUp < 50; ++warmUp) {
-        useOnce();
+        useOnce(callback);
     }
+    EXPECT_EQ(log.count("Exception caught. class JY::ApiErrorException, PathCreateFromUrl"), 50U);
     const std::size_t handles = countOpenHandles();
     const std::size_t memory = privateBytes();
     for (int i = 0; i < 1000; ++i) {
-        useOnce();
+        useOnce(callback);
     }
     EXPECT_EQ(countOpenHandles(), handles);
     EXPECT_LT(privateBytes(), memory + 200'000); // 200 bytes a load

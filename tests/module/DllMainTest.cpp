@@ -32,7 +32,9 @@ using namespace JY::Pictaro;
 using Log2::Severity;
 using Test::AttachedModule;
 using Test::callDllMain;
+using Test::Detach;
 using Test::LogCapture;
+using Test::logFileName;
 using Test::ModuleLog;
 using Test::ModuleSetting;
 
@@ -119,10 +121,10 @@ TEST(DllMain, LoggingGoesOnAfterTheLastRelease) {
 TEST(DllMain, ClosesTheLogWhenTheProcessEnds) {
     const ModuleLog log;
     callDllMain(DLL_PROCESS_ATTACH);
-    EXPECT_TRUE(log.isHeld(Test::logFileName(0)));
-    callDllMain(DLL_PROCESS_DETACH, Test::Detach::processEnds);
+    EXPECT_TRUE(log.isHeld(logFileName(0)));
+    callDllMain(DLL_PROCESS_DETACH, Detach::processEnds);
     EXPECT_EQ(log.count(") AppLog finalizing\r\n"), 1U);
-    EXPECT_FALSE(log.isHeld(Test::logFileName(0)));
+    EXPECT_FALSE(log.isHeld(logFileName(0)));
     callDllMain(DLL_PROCESS_DETACH); // gives back what the end of a process leaves to the system
     ModuleUsageCounter::instance().setActions(nullptr, nullptr);
 }
