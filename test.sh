@@ -8,7 +8,8 @@ source scripts/console.sh
 source scripts/packages.sh
 source scripts/build.sh
 
-need_packages "${build_packages[@]}" "${wine_packages[@]}" "${media_packages[@]}" "${check_packages[@]}"
+need_packages "${build_packages[@]}" "${wine_packages[@]}" "${media_packages[@]}" "${installer_packages[@]}" \
+    "${check_packages[@]}"
 
 say "Checking the format"
 scripts/check-format.sh || fail "format the files named above with clang-format -i"

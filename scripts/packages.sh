@@ -9,6 +9,8 @@ wine_packages=(wine wine64 libwine gstreamer1.0-libav gstreamer1.0-plugins-base 
 # What makes films and tells independently what they hold.
 media_packages=(ffmpeg)
 check_packages=(clang-format clang-tidy)
+# What builds the Windows installer.
+installer_packages=(wixl msitools)
 
 # need_packages PACKAGE...: installs those that are missing.
 need_packages() {
