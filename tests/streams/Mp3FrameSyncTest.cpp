@@ -4,10 +4,12 @@
 #include "tests/support/Thrown.h"
 #include "util/ErrorException.h"
 
+#include <algorithm>
 #include <array>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <optional>
+#include <ostream>
 #include <random>
 
 namespace {
