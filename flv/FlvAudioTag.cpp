@@ -1,26 +1,21 @@
 #include "flv/FlvAudioTag.h"
 
-#include "util/ErrorException.h"
+#include "flv/ReadByte.h"
 
 namespace JY::Pictaro::Fs {
 
 namespace {
 
 constexpr SourceFile here{"FlvAudioTag"};
-
-void readByte(Stream& stream, std::uint8_t& byte, int line) {
-    if (stream.read(&byte, 1) != 1) {
-        throw ErrorException(here.at(line), "Too short.");
-    }
-}
+constexpr const char* tooShort = "Too short.";
 
 } // namespace
 
 void FlvAudioTag::read(Stream& stream) {
     *this = {};
-    readByte(stream, header_, 13);
+    header_ = readByte(stream, here.at(13), tooShort);
     if (getSoundFormat() == aac) {
-        readByte(stream, aacPacketType_, 16);
+        aacPacketType_ = readByte(stream, here.at(16), tooShort);
     }
 }
 

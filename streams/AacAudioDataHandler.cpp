@@ -1,11 +1,11 @@
 #include "streams/AacAudioDataHandler.h"
 
 #include "flv/BitReader.h"
+#include "flv/ReadByte.h"
 #include "log/Core.h"
 #include "streams/CutDump.h"
 #include "streams/FlvStream.h"
 #include "streams/MediaTypeBuilder.h"
-#include "streams/SampleBuffer.h"
 #include "streams/StreamDescription.h"
 #include "streams/StreamSource.h"
 #include "streams/TagPayload.h"
@@ -15,9 +15,6 @@
 #include <mfapi.h>
 #include <windows.h>
 
-#include <algorithm>
-#include <span>
-#include <string_view>
 #include <wmcodecdsp.h>
 
 namespace JY::Pictaro::Fs {
@@ -75,20 +72,6 @@ std::uint8_t nextBits(BitReader& bits, unsigned count) {
     return value;
 }
 
-std::uint8_t readByte(Stream& reader, std::string_view name) {
-    std::uint8_t byte = 0;
-    if (reader.read(&byte, 1) != 1) {
-        throw ErrorException(here(), name);
-    }
-    return byte;
-}
-
-/// Fills the memory with the payload. What a file that ends early does not give is zero.
-void readPayload(TagPayload& payload, std::span<std::uint8_t> bytes) {
-    const std::uint32_t taken = payload.read(bytes.data(), static_cast<std::uint32_t>(bytes.size()));
-    std::ranges::fill(bytes.subspan(taken), std::uint8_t{0});
-}
-
 } // namespace
 
 void AacAudioDataHandler::handle(Stream& reader, StreamSource& source, FlvStream& stream, const FlvTag& tag,
@@ -111,8 +94,8 @@ void AacAudioDataHandler::readAacSequenceHeader(Stream& reader, StreamSource& so
     if (!reader.seek(start)) {
         throw ErrorException(here(), "Seek error.");
     }
-    aacHeader_[0] = readByte(reader, "AacHeader[0]");
-    aacHeader_[1] = readByte(reader, "AacHeader[1]");
+    aacHeader_[0] = readByte(reader, here(), "AacHeader[0]");
+    aacHeader_[1] = readByte(reader, here(), "AacHeader[1]");
     describeStream(stream, createAacMediaType(source, header));
 }
 
@@ -158,18 +141,9 @@ ComPtr<IMFMediaType> AacAudioDataHandler::createAacMediaType(StreamSource& sourc
 
 void AacAudioDataHandler::readAacRawData(Stream& reader, StreamSource& source, FlvStream& stream, const FlvTag& tag) {
     const Log2::Logger log = Log2::traceMember(here(), typeid(*this), "readAacRawData");
-    if (tag.getDataSize() < mediaHeaderSize) {
-        throw ErrorException(here(), "Too short.");
-    }
-    TagPayload payload(reader, tag, mediaHeaderSize);
-    const std::uint32_t size = payload.left();
-    log.info(here()) << "AacRawSize=" << size;
-    SampleBuffer buffer(size);
-    readPayload(payload, buffer.bytes());
-    log.info(here()) << "AudioData(" << size << ")=" << cutDump(buffer.bytes(), source.getNumDumpBin());
-    ComPtr<IMFSample> sample = buffer.toSample();
-    clock_.stamp(*sample.Get(), tag.getTimePosition());
-    stream.queueSample(std::move(sample));
+    TagPayload payload = payloadBehind(mediaHeaderSize, reader, tag);
+    log.info(here()) << "AacRawSize=" << payload.left();
+    queueSample(payload, source, stream, tag, log);
 }
 
 } // namespace JY::Pictaro::Fs

@@ -2,7 +2,6 @@
 
 #include "flv/FlvAudioTag.h"
 #include "streams/AudioDataHandler.h"
-#include "streams/SampleClock.h"
 
 #include <mfidl.h>
 #include <wrl/client.h>
@@ -23,7 +22,6 @@ public:
     /// Throws ErrorException "Unknown AACPacketType=", "Parse error.", "Out of range." and the like for bad data.
     void handle(Stream& reader, StreamSource& source, FlvStream& stream, const FlvTag& tag,
                 const FlvAudioTag& header) override;
-    TimePosition getLastTimePosition() const override { return clock_.last(); }
 
 private:
     void readAacSequenceHeader(Stream& reader, StreamSource& source, FlvStream& stream, const FlvTag& tag,
@@ -36,7 +34,6 @@ private:
     std::uint8_t channelConfiguration_ = 0;
     std::uint8_t samplingFrequencyIndex_ = 0;
     std::array<std::uint8_t, 2> aacHeader_{}; ///< the AudioSpecificConfig's first bytes
-    SampleClock clock_;
 };
 
 } // namespace JY::Pictaro::Fs

@@ -1,6 +1,8 @@
 #include "streams/AudioDataHandlerFactory.h"
 
+#include "flv/FlvAudioTag.h"
 #include "streams/AacAudioDataHandler.h"
+#include "streams/Mp3AudioDataHandler.h"
 #include "util/ApiErrorException.h"
 
 #include <mferror.h>
@@ -13,7 +15,9 @@ constexpr SourceFile here{"AudioDataHandlerFactory"};
 
 std::unique_ptr<AudioDataHandler> AudioDataHandlerFactory::createAudioDataHandler(std::uint8_t codecId) {
     switch (codecId) {
-    case AacAudioDataHandler::codec:
+    case FlvAudioTag::mp3:
+        return std::make_unique<Mp3AudioDataHandler>();
+    case FlvAudioTag::aac:
         return std::make_unique<AacAudioDataHandler>();
     default:
         throw ApiErrorException(here(), "createAudioDataHandler", static_cast<std::uint32_t>(MF_E_UNSUPPORTED_FORMAT));

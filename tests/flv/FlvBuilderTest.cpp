@@ -10,6 +10,7 @@ using JY::Test::Bytes;
 using JY::Test::FlvBuilder;
 using JY::Test::join;
 using JY::Test::MetaData;
+using JY::Test::Mp3Header;
 namespace Amf0 = JY::Test::Amf0;
 
 const Bytes header = {'F', 'L', 'V', 1, 5, 0, 0, 0, 9};
@@ -79,6 +80,13 @@ TEST(FlvBuilder, AacTagsHaveTheirHeaders) {
     EXPECT_EQ(FlvBuilder(Bytes{}).aacRaw(0, {5}).withoutTrailer().build(),
               (Bytes{0, 0, 0, 0, 8, 0, 0, 3, 0, 0, 0, 0, 0, 0, 0, 0xAF, 1, 5}));
     EXPECT_EQ(AacConfig{}.bytes(), (Bytes{0x12, 0x10}));
+}
+
+TEST(FlvBuilder, Mp3TagsHaveTheirHeaders) {
+    EXPECT_EQ(FlvBuilder(Bytes{}).mp3(0, {5}).withoutTrailer().build(),
+              (Bytes{0, 0, 0, 0, 8, 0, 0, 2, 0, 0, 0, 0, 0, 0, 0, 0x2F, 5}));
+    EXPECT_EQ(Mp3Header{}.bytes(), (Bytes{0xFF, 0xFB, 0x90, 0x40}));
+    EXPECT_EQ((Mp3Header{2, 0, 0, 1, 2, 1, 1, 3}.bytes()), (Bytes{0xFF, 0xF0, 0x1B, 0xC0}));
 }
 
 TEST(FlvBuilder, ScriptValuesAreMarked) {

@@ -7,7 +7,8 @@
 #   noindex.flv     the same without the index
 #   slices.flv      the same with four slices a picture and the index
 #   mono.flv        the same as film.flv with AAC, mono, at 22050 Hz, 3 s
-#   mp3.flv         the same as film.flv with MP3, stereo, 3 s
+#   mp3.flv         the same as film.flv with MP3, joint stereo, at 44100 Hz, 3 s
+#   mp3atRATE.flv   MP3 at that rate, 48000 (joint stereo), 22050 or 11025 Hz (mono), alone, 1 s
 #   audio.flv       AAC, stereo, alone, 3 s
 #   video.flv       H.264 alone, with an index, 3 s
 #   oddsize.flv     322 x 182, no multiple of a macroblock, 2 s
@@ -20,8 +21,12 @@
 #                      key frame, "CRC32:" and the payload's CRC)
 #   NAME.json          the container, its streams and its packets with SHA-256 hashes
 #   NAME.frames.csv    the time (seconds) of every decoded picture, one a row; only where there is video
+#   NAME.mp3           the frames of MP3 sound, one behind the other
 #
-# and, for the comparison of pictures, NAME.SECONDS.bgra: the picture to be seen at that time, as rows of BGRA pixels.
+# Also of sounds that ffmpeg does not put into FLV, at 32000, 24000, 16000, 12000 and 8000 Hz, there are soundRATE.mp3
+# and soundRATE.packets.csv, 0.5 s each (without times in milliseconds).
+#
+# And, for the comparison of pictures, NAME.SECONDS.bgra: the picture to be seen at that time, as rows of BGRA pixels.
 set -euo pipefail
 
 folder=$1
@@ -42,11 +47,18 @@ done
 
 h264=(-c:v libx264 -preset veryfast -pix_fmt yuv420p -bf 2 -g 25 -keyint_min 25 -sc_threshold 0)
 aac=(-c:a aac -b:a 96k)
+mp3=(-c:a libmp3lame -b:a) # followed by the bit rate
 index=(-flvflags add_keyframe_index)
 
 # picture SIZE SECONDS / sound CHANNELS RATE SECONDS: the inputs.
 picture() { inputs+=(-f lavfi -i "testsrc2=size=$1:rate=25:duration=$2"); }
 sound() { inputs+=(-f lavfi -i "sine=frequency=440:sample_rate=$2:duration=$3,aformat=channel_layouts=$1"); }
+
+# packets FILE: what ffprobe tells of its packets, a row each.
+packets() {
+    ffprobe -v error -show_data_hash CRC32 -show_entries packet=codec_type,pts,dts,size,flags,data_hash \
+        -of csv=print_section=0 "$1"
+}
 
 # make NAME OPTION...: NAME.flv of the inputs, and what is told of it.
 make() {
@@ -54,14 +66,38 @@ make() {
     shift
     ffmpeg -nostdin -v error -y "${inputs[@]}" "$@" -flags +bitexact -fflags +bitexact "$file"
     inputs=()
-    ffprobe -v error -show_data_hash CRC32 -show_entries packet=codec_type,pts,dts,size,flags,data_hash \
-        -of csv=print_section=0 "$file" >"$folder/$name.packets.csv"
+    packets "$file" >"$folder/$name.packets.csv"
     ffprobe -v error -show_data_hash SHA256 -show_format -show_streams -show_packets -of json "$file" \
         >"$folder/$name.json"
     if grep -q '^video' "$folder/$name.packets.csv"; then
         ffprobe -v error -select_streams v -show_entries frame=pts_time -of csv=print_section=0 "$file" |
             tr -d ',' | grep . >"$folder/$name.frames.csv"
     fi
+}
+
+# Nothing but frames: neither tags nor a frame about the others.
+bare=(-write_xing 0 -id3v2_version 0)
+
+# decoded FILE: a hash of the sound that ffmpeg decodes.
+decoded() { ffmpeg -nostdin -v error -i "$1" -map 0:a -f md5 -; }
+
+# frames NAME: NAME.mp3, the sound of NAME.flv.
+frames() {
+    ffmpeg -nostdin -v error -y -i "$folder/$1.flv" -map 0:a -c copy "${bare[@]}" "$folder/$1.mp3"
+    [[ $(decoded "$folder/$1.flv") == "$(decoded "$folder/$1.mp3")" ]] || {
+        echo "$1.mp3 does not decode to what $1.flv decodes to." >&2
+        exit 1
+    }
+}
+
+# frames_alone CHANNELS RATE BITRATE: soundRATE.mp3 and what is told of it.
+frames_alone() {
+    local name=$folder/sound$2
+    sound "$1" "$2" 0.5
+    ffmpeg -nostdin -v error -y "${inputs[@]}" -c:a libmp3lame -b:a "$3" "${bare[@]}" -flags +bitexact \
+        -fflags +bitexact "$name.mp3"
+    inputs=()
+    packets "$name.mp3" >"$name.packets.csv"
 }
 
 # reference NAME SECONDS MATRIX: the last picture at that time or before.
@@ -78,7 +114,10 @@ picture 320x180 6 && sound stereo 44100 6 && make film "${h264[@]}" "${aac[@]}" 
 picture 320x180 6 && sound stereo 44100 6 && make noindex "${h264[@]}" "${aac[@]}"
 picture 320x180 6 && sound stereo 44100 6 && make slices "${h264[@]}" -x264-params slices=4 "${aac[@]}" "${index[@]}"
 picture 320x180 3 && sound mono 22050 3 && make mono "${h264[@]}" "${aac[@]}" "${index[@]}"
-picture 320x180 3 && sound stereo 44100 3 && make mp3 "${h264[@]}" -c:a libmp3lame -b:a 128k "${index[@]}"
+picture 320x180 3 && sound stereo 44100 3 && make mp3 "${h264[@]}" "${mp3[@]}" 128k "${index[@]}"
+sound stereo 48000 1 && make mp3at48000 "${mp3[@]}" 192k
+sound mono 22050 1 && make mp3at22050 "${mp3[@]}" 64k
+sound mono 11025 1 && make mp3at11025 "${mp3[@]}" 32k
 sound stereo 44100 3 && make audio "${aac[@]}"
 picture 320x180 3 && make video "${h264[@]}" "${index[@]}"
 picture 322x182 2 && sound stereo 44100 2 && make oddsize "${h264[@]}" "${aac[@]}" "${index[@]}"
@@ -86,6 +125,15 @@ picture 1920x1080 1 && sound stereo 44100 1 &&
     make hd -vf format=gbrp,scale=out_color_matrix=bt709:out_range=tv -colorspace bt709 "${h264[@]}" "${aac[@]}" "${index[@]}"
 picture 160x90 40 && sound stereo 44100 40 &&
     make sparse "${h264[@]}" -g 375 -keyint_min 375 "${aac[@]}" "${index[@]}"
+
+for name in mp3 mp3at48000 mp3at22050 mp3at11025; do
+    frames "$name"
+done
+frames_alone stereo 32000 96k
+frames_alone stereo 24000 64k
+frames_alone mono 16000 24k
+frames_alone stereo 12000 24k
+frames_alone mono 8000 16k
 
 reference film 2.000 bt601
 reference film 3.500 bt601

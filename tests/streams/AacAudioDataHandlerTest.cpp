@@ -4,9 +4,7 @@
 #include "tests/streams/StreamTest.h"
 #include "util/ApiErrorException.h"
 #include "util/ErrorException.h"
-#include "util/FatalException.h"
 
-#include <algorithm>
 #include <iterator>
 #include <wmcodecdsp.h>
 
@@ -19,7 +17,6 @@ using Log2::Severity;
 using Pictaro::TimePosition;
 using testing::Contains;
 using testing::ElementsAre;
-using testing::HasSubstr;
 using testing::StartsWith;
 
 constexpr std::uint8_t aac16Bit = 0xAF; ///< the audio header byte of AAC with the sample-size bit
@@ -255,39 +252,12 @@ TEST_F(AacAudioDataHandlerTest, RefusesAStreamThatCannotGoBack) {
 
 // Raw frames
 
-TEST_F(AacAudioDataHandlerTest, TurnsARawFrameIntoASampleOfItsBytes) {
-    handle(FlvBuilder().aacRaw(40, {0x21, 0x10, 0x05}));
-    EXPECT_THAT(stream->contents(), ElementsAre(SampleContent{{0x21, 0x10, 0x05}, 400'000, 400'000, false}));
-    EXPECT_EQ(handler.getLastTimePosition(), TimePosition(40'000));
-    EXPECT_TRUE(stream->descriptors.empty());
-}
-
 TEST_F(AacAudioDataHandlerTest, RecordsARawFrame) {
     handle(FlvBuilder().aacRaw(40, characters("AB")));
     EXPECT_THAT(log.messages(true),
                 ElementsAre("ENTER: JY::Pictaro::Fs::AacAudioDataHandler::readAacRawData", "AacRawSize=2",
                             "AudioData(2)=\n    41 42 " + std::string(42, ' ') + "AB",
                             "EXIT: JY::Pictaro::Fs::AacAudioDataHandler::readAacRawData"));
-}
-
-TEST_F(AacAudioDataHandlerTest, CutsTheDumpOfAFrame) {
-    source->numDumpBin = 4;
-    handle(FlvBuilder().aacRaw(40, Bytes(100, 0x20)));
-    EXPECT_EQ(log.count("AudioData(100)=\n    20 20 20 20 " + std::string(36, ' ') + "...."), 1U);
-    source->numDumpBin = 0;
-    handle(FlvBuilder().aacRaw(40, Bytes(100, 0x20)));
-    EXPECT_EQ(log.count("AudioData(100)="), 1U);
-}
-
-TEST_F(AacAudioDataHandlerTest, MeasuresDurationsFromTheSampleBefore) {
-    for (const std::uint32_t milliseconds : {0, 23, 46, 46, 10}) {
-        handle(FlvBuilder().aacRaw(milliseconds, {1}));
-    }
-    std::vector<LONGLONG> durations;
-    for (const SampleContent& sample : stream->contents()) {
-        durations.push_back(sample.duration);
-    }
-    EXPECT_THAT(durations, ElementsAre(0, 230'000, 230'000, 0, -360'000));
 }
 
 TEST_F(AacAudioDataHandlerTest, KeepsItsTimeOverASequenceHeader) {
@@ -298,48 +268,11 @@ TEST_F(AacAudioDataHandlerTest, KeepsItsTimeOverASequenceHeader) {
     EXPECT_EQ(stream->contents().back().duration, 300'000);
 }
 
-TEST_F(AacAudioDataHandlerTest, WrapsTimesAfter32BitsOfMicroseconds) {
-    handle(FlvBuilder().aacRaw(4'294'967, {1}));
-    handle(FlvBuilder().aacRaw(4'294'968, {1}));
-    EXPECT_THAT(stream->contents(), ElementsAre(SampleContent{{1}, 42'949'670'000, 42'949'670'000, false},
-                                                SampleContent{{1}, 7'040, 7'040 - 42'949'670'000, false}));
-    EXPECT_EQ(handler.getLastTimePosition(), TimePosition(704));
-}
-
 TEST_F(AacAudioDataHandlerTest, TurnsAFrameWithoutBytesIntoAnEmptySample) {
     handle(FlvBuilder().aacRaw(10, {}));
     EXPECT_THAT(stream->contents(), ElementsAre(SampleContent{{}, 100'000, 100'000, false}));
     EXPECT_EQ(log.count("AacRawSize=0"), 1U);
     EXPECT_EQ(log.count("AudioData(0)="), 1U);
-}
-
-TEST_F(AacAudioDataHandlerTest, FillsAFrameThatTheFileCutsWithZeros) {
-    handle(FlvBuilder().withDataSize(2 + 6).aacRaw(0, {1, 2, 3}).withoutTrailer());
-    EXPECT_EQ(stream->contents().at(0).bytes, (Bytes{1, 2, 3, 0, 0, 0}));
-}
-
-TEST_F(AacAudioDataHandlerTest, RefusesATagThatClaimsToBeSmallerThanItsHeader) {
-    for (const std::uint32_t dataSize : {0U, 1U}) {
-        MemoryStream file(FlvBuilder().withDataSize(dataSize).aacRaw(0, {1, 2, 3}).build());
-        file.seek(9);
-        FlvTag tag(file);
-        tag.read();
-        FlvAudioTag header;
-        header.read(file);
-        EXPECT_THAT(thrown<ErrorException>([&] { handler.handle(file, *source, *stream.Get(), tag, header); }),
-                    StartsWith("Too short. @AacAudioDataHandler:"));
-    }
-    EXPECT_TRUE(stream->samples.empty());
-}
-
-TEST_F(AacAudioDataHandlerTest, RefusesATagThatHasNotBeenRead) {
-    MemoryStream file(FlvBuilder().aacRaw(0, {1}).build());
-    const FlvTag unread(file);
-    FlvAudioTag header;
-    file.seek(24);
-    header.read(file);
-    EXPECT_EQ(thrown<FatalException>([&] { handler.handle(file, *source, *stream.Get(), unread, header); }),
-              "Not read yet. @FlvTag:65");
 }
 
 // Packet types

@@ -25,7 +25,9 @@ protected:
     /// Records kept for a test would count.
     AllocationTest() { Log2::setCore(nullptr); }
 
-    /// How many allocations 50 requests take.
+    static constexpr std::uint64_t requests = 50;
+
+    /// How many allocations these requests take.
     template <class S>
     std::uint64_t allocationsOfRequests(const FlvBuilder& file) {
         const ComPtr<S> stream = createStream<S>();
@@ -34,7 +36,7 @@ protected:
         parser.open(file.build());
         request(); // the first one looks class names up
         const Allocations taken = allocationsOf([&] {
-            for (int count = 0; count < 50; ++count) {
+            for (std::uint64_t count = 0; count < requests; ++count) {
                 request();
             }
         });
@@ -46,6 +48,13 @@ protected:
         FlvBuilder file;
         for (std::uint32_t frame = 0; frame < 60; ++frame) {
             file.aacRaw(23 * frame, Bytes(400, 0x21));
+        }
+        return file;
+    }
+    static FlvBuilder mp3File() {
+        FlvBuilder file;
+        for (std::uint32_t frame = 0; frame < 60; ++frame) {
+            file.mp3(26 * frame, join({Mp3Header().bytes(), Bytes(400, 0x21)}));
         }
         return file;
     }
@@ -64,6 +73,10 @@ protected:
 
 TEST_F(AllocationTest, AudioSamplesTakeNoMemoryOfTheirOwn) {
     EXPECT_LE(allocationsOfRequests<FlvAudioStream>(audioFile()), ofTheQueue);
+}
+
+TEST_F(AllocationTest, Mp3SamplesTakeTheMemoryOfTheirHandlersAlone) {
+    EXPECT_LE(allocationsOfRequests<FlvAudioStream>(mp3File()), requests + ofTheQueue);
 }
 
 TEST_F(AllocationTest, VideoSamplesTakeNoMemoryOfTheirOwn) {

@@ -14,6 +14,8 @@ using Pictaro::TimePosition;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
+const Bytes mp3Frame = join({Mp3Header().bytes(), {1, 2, 3}});
+
 /// A handler that tells what happens to it and makes a sample of nothing.
 class FakeHandler final : public AudioDataHandler {
 public:
@@ -63,6 +65,15 @@ protected:
         while (parser.readOneTag()) {
         }
     }
+    SampleContent nextSample() {
+        EXPECT_EQ(stream->RequestSample(nullptr), S_OK);
+        return contentOf(*sampleOf(*nextEvent(*stream.Get()).Get()).Get());
+    }
+    GUID subtype() {
+        ComPtr<IMFStreamDescriptor> descriptor;
+        EXPECT_EQ(stream->GetStreamDescriptor(descriptor.GetAddressOf()), S_OK);
+        return guidOf(*currentMediaType(*descriptor.Get()).Get(), MF_MT_SUBTYPE);
+    }
 
     ComPtr<FlvAudioStream> stream = createStream<FlvAudioStream>();
 };
@@ -74,6 +85,21 @@ TEST_F(FlvAudioStreamTest, InitializesFromTheFirstSequenceHeader) {
     stream->initialize();
     EXPECT_TRUE(stream->hasStreamDescriptor());
     EXPECT_EQ(parser.reads, 2U);
+}
+
+TEST_F(FlvAudioStreamTest, InitializesFromTheFirstMp3Frame) {
+    open(FlvBuilder().onMetaData().mp3(0, mp3Frame).mp3(26, mp3Frame));
+    stream->initialize();
+    EXPECT_EQ(subtype(), MFAudioFormat_MP3);
+    EXPECT_EQ(parser.reads, 2U);
+    EXPECT_EQ(nextSample().bytes, mp3Frame);
+    EXPECT_EQ(parser.reads, 2U) << "the first frame was queued on the way";
+}
+
+TEST_F(FlvAudioStreamTest, FailsToInitializeFromAFrameThatIsNotLayer3) {
+    open(FlvBuilder().mp3(0, Mp3Header{.layer = 2}.bytes()).mp3(26, mp3Frame));
+    EXPECT_THAT(thrown<ErrorException>([&] { stream->initialize(); }), HasSubstr("Unsupported layer. @"));
+    EXPECT_FALSE(stream->hasStreamDescriptor());
 }
 
 TEST_F(FlvAudioStreamTest, KeepsSamplesReadOnTheWayToItsDescriptor) {
@@ -203,6 +229,41 @@ TEST_F(FlvAudioStreamTest, KeepsItsHandlerAfterATagOfAnUnsupportedCodec) {
     ASSERT_EQ(stream->RequestSample(nullptr), S_OK);
     EXPECT_EQ(contentOf(*sampleOf(*nextEvent(*stream.Get()).Get()).Get()).duration, 200'000);
     EXPECT_EQ(contentOf(*sampleOf(*nextEvent(*stream.Get()).Get()).Get()).duration, 300'000);
+}
+
+TEST_F(FlvAudioStreamTest, MakesANewHandlerForEveryMp3Tag) {
+    open(FlvBuilder().mp3(20, mp3Frame).mp3(50, mp3Frame).mp3(90, mp3Frame).onMetaData());
+    EXPECT_EQ(nextSample().duration, 200'000);
+    EXPECT_EQ(nextSample().duration, 500'000);
+    EXPECT_EQ(nextSample().duration, 900'000);
+}
+
+// The MP3 handler carries the codec of AAC, whose tags it then takes for its own. Their packet type is read before they
+// come to it, so that the size is one byte more than there is and nothing can be read.
+TEST_F(FlvAudioStreamTest, KeepsItsMp3HandlerForAacTags) {
+    open(FlvBuilder().mp3(20, mp3Frame).aacRaw(50, {7, 0xFF, 0xFB, 9}).aacRaw(60, {7, 8}).onMetaData());
+    EXPECT_EQ(nextSample().duration, 200'000);
+    EXPECT_EQ(nextSample(), (SampleContent{Bytes(4, 0), 500'000, 300'000, false}));
+    EXPECT_EQ(subtype(), MFAudioFormat_MP3);
+    EXPECT_EQ(stream->RequestSample(nullptr), E_FAIL);
+    EXPECT_TRUE(log.contains("Parse error."));
+}
+
+TEST_F(FlvAudioStreamTest, ReplacesItsMp3HandlerAtAnMp3TagBehindAacTags) {
+    open(FlvBuilder().mp3(20, mp3Frame).aacRaw(50, {0xFF, 0xFB, 9}).mp3(90, mp3Frame).onMetaData());
+    EXPECT_EQ(nextSample().duration, 200'000);
+    EXPECT_EQ(nextSample().duration, 300'000);
+    EXPECT_EQ(nextSample().duration, 900'000);
+}
+
+TEST_F(FlvAudioStreamTest, ReplacesItsAacHandlerAtAnMp3TagAndKeepsItsMediaType) {
+    open(FlvBuilder().aacSequenceHeader(0).aacRaw(20, {1}).mp3(50, mp3Frame).onMetaData());
+    stream->initialize();
+    const GUID rawAac = subtype();
+    EXPECT_NE(rawAac, MFAudioFormat_MP3);
+    EXPECT_EQ(nextSample().duration, 200'000);
+    EXPECT_EQ(nextSample(), (SampleContent{mp3Frame, 500'000, 500'000, false}));
+    EXPECT_EQ(subtype(), rawAac);
 }
 
 class FakeHandlersTest : public StreamTest {

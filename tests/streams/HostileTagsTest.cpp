@@ -16,6 +16,7 @@ using testing::ElementsAre;
 using testing::StartsWith;
 
 const Bytes slice = {0x65, 1, 2, 3, 4};
+const Bytes mp3Frame = join({Mp3Header().bytes(), {1, 2, 3}});
 constexpr std::uint32_t largestDataSize = 0xFFFFFF;
 constexpr std::uint32_t parameterSetsSize = 15; ///< as FlvBuilder writes them, with their start codes
 constexpr std::uint32_t startCodeSize = 3;
@@ -97,6 +98,27 @@ TEST_F(HostileTagsTest, MakeAnAudioSampleOfTheSizeThatTheTagClaims) {
     EXPECT_EQ(firstBytes(bytes, 4), (Bytes{1, 2, 3, 0}));
 }
 
+TEST_F(HostileTagsTest, MakeAnMp3SampleOfTheSizeThatTheTagClaims) {
+    const FlvBuilder file =
+        FlvBuilder().withDataSize(largestDataSize).mp3(0, join({{0x00, 0xFF, 0x00}, mp3Frame})).withoutTrailer();
+    EXPECT_EQ(readAll(file.build()), "nothing was thrown");
+    EXPECT_THAT(takeBufferSizes(), ElementsAre(largestDataSize - 1 - 3));
+    ASSERT_EQ(audio->RequestSample(nullptr), S_OK);
+    const Bytes bytes = contentOf(*sampleOf(*nextEvent(*audio.Get()).Get()).Get()).bytes;
+    ASSERT_EQ(bytes.size(), largestDataSize - 1 - 3);
+    EXPECT_EQ(firstBytes(bytes, 8), join({mp3Frame, {0}}));
+}
+
+TEST_F(HostileTagsTest, TakeNoMemoryForAnMp3TagWithoutAFrameSync) {
+    for (const Bytes& payload : {Bytes{0xFF}, Bytes(70'000, 0), join({Bytes(5000, 0), {0xFF}})}) {
+        EXPECT_THAT(readAll(FlvBuilder().mp3(0, payload).mp3(0, mp3Frame).build()), StartsWith("Parse error. @"));
+        EXPECT_THAT(takeBufferSizes(), ElementsAre());
+    }
+    const FlvBuilder lying = FlvBuilder().withDataSize(largestDataSize).mp3(0, {0, 0xFF}).trailer({0xFB});
+    EXPECT_THAT(readAll(lying.build()), StartsWith("Parse error. @Mp3FrameHeader:"));
+    EXPECT_THAT(takeBufferSizes(), ElementsAre());
+}
+
 TEST_F(HostileTagsTest, GiveNoBytesOfTheNextTagAway) {
     // The audio tag claims two bytes fewer than it has, so that the next record is read from within it.
     const FlvBuilder file = FlvBuilder().withDataSize(3).aacRaw(0, {1, 2, 3});
@@ -114,6 +136,7 @@ TEST_F(HostileTagsTest, EndInAnErrorOrTheEndOfTheFileWhereverItIsCut) {
                             .aacSequenceHeader(0)
                             .avcNalus(0, FlvBuilder::key, {slice, slice})
                             .aacRaw(0, {1, 2, 3})
+                            .mp3(0, mp3Frame)
                             .build();
     for (std::size_t size = 9; size < whole.size(); ++size) {
         const std::string outcome = readAll(firstBytes(whole, size));
@@ -131,6 +154,7 @@ TEST_F(HostileTagsTest, EndInAnExceptionOfTheModuleWhateverTheirBytesAre) {
                             .avcNalus(0, FlvBuilder::key, {slice, slice})
                             .avcNalus(40, FlvBuilder::inter, {slice}, -80)
                             .aacRaw(0, {1, 2, 3})
+                            .mp3(0, mp3Frame)
                             .build();
     for (int round = 0; round < 3000; ++round) {
         Bytes file = whole;

@@ -99,6 +99,7 @@ public:
     bool handleTag(Stream&, const Pictaro::Fs::FlvTag&) override { return false; }
     bool isRandomAccessPoint(Stream&, const Pictaro::Fs::FlvTag&) override { return true; }
     void setStreamDescriptor(ComPtr<IMFStreamDescriptor> descriptor) override { descriptors.push_back(descriptor); }
+    bool hasStreamDescriptor() const override { return !descriptors.empty(); }
     void queueSample(ComPtr<IMFSample> sample) override { samples.push_back(sample); }
 
     std::vector<SampleContent> contents() const;
@@ -116,11 +117,26 @@ protected:
         MemoryStream bytes(file.build());
         handle(bytes);
     }
+    /// The stream is left where the handler leaves it.
     void handle(Stream& file) {
         file.seek(9);
         Pictaro::Fs::FlvTag tag(file);
         tag.read();
         file.setLimit(tag.getDataSize());
+        Header header;
+        header.read(file);
+        handler.handle(file, *source, *stream.Get(), tag, header);
+    }
+    /// Hands the first tag over without a fence, or even without having read it.
+    void handleUnfenced(const FlvBuilder& builder, bool isRead = true) {
+        constexpr std::int64_t body = 9 + 15;
+        MemoryStream file(builder.build());
+        file.seek(9);
+        Pictaro::Fs::FlvTag tag(file);
+        if (isRead) {
+            tag.read();
+        }
+        file.seek(body);
         Header header;
         header.read(file);
         handler.handle(file, *source, *stream.Get(), tag, header);

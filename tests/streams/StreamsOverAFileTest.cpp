@@ -85,6 +85,24 @@ TEST_F(StreamsOverAFileTest, DeliverEachTagsSamplesToItsStream) {
                 ElementsAre(SampleContent{{1, 2}, 0, 0, false}, SampleContent{{3}, 230'000, 230'000, false}));
 }
 
+TEST_F(StreamsOverAFileTest, DeliverMp3TagsWithTheirTimesForDurations) {
+    const Bytes frame = join({Mp3Header().bytes(), {1, 2, 3}});
+    open(FlvBuilder()
+             .onMetaData()
+             .avcSequenceHeader(0)
+             .avcNalus(0, FlvBuilder::key, {keySlice})
+             .mp3(0, frame)
+             .mp3(26, join({Bytes(2000, 0x55), frame}))
+             .avcNalus(40, FlvBuilder::inter, {slice})
+             .mp3(52, join({frame, frame}))
+             .onMetaData());
+    audio->initialize();
+    video->initialize();
+    EXPECT_THAT(allSamples(*audio.Get()),
+                ElementsAre(SampleContent{frame, 0, 0, false}, SampleContent{frame, 260'000, 260'000, false},
+                            SampleContent{join({frame, frame}), 520'000, 520'000, false}));
+}
+
 TEST_F(StreamsOverAFileTest, ReadTheLastTagAgainWithEachRequestAfterTheEnd) {
     open(FlvBuilder().aacSequenceHeader(0).aacRaw(0, {1}).aacRaw(23, {2}));
     EXPECT_EQ(audio->RequestSample(nullptr), S_OK);

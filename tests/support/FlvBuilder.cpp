@@ -38,6 +38,13 @@ Bytes AacConfig::bytes() const {
     return join({bigEndian(bits, 2), extension});
 }
 
+Bytes Mp3Header::bytes() const {
+    const unsigned sync = 0x7FF;
+    return bigEndian((sync << 21) | (version << 19) | (layer << 17) | (protection << 16) | (bitRateIndex << 12) |
+                         (samplingRateIndex << 10) | (padding << 9) | (privateBit << 8) | (channelMode << 6),
+                     4);
+}
+
 MetaData MetaData::typical() {
     return MetaData().duration(10).width(320).height(240).framerate(25);
 }

@@ -35,6 +35,20 @@ struct AacConfig {
     Bytes bytes() const;
 };
 
+/// The fields of an MPEG audio frame header: MPEG-1, Layer III, 128 kbit/s, 44100 Hz, joint stereo.
+struct Mp3Header {
+    unsigned version = 3; ///< 3 MPEG-1, 2 MPEG-2, 0 MPEG-2.5
+    unsigned layer = 1;   ///< 1 Layer III
+    unsigned protection = 1;
+    unsigned bitRateIndex = 9;
+    unsigned samplingRateIndex = 0;
+    unsigned padding = 0;
+    unsigned privateBit = 0;
+    unsigned channelMode = 1; ///< 0 stereo, 1 joint stereo, 2 two channels, 3 one channel
+
+    Bytes bytes() const;
+};
+
 /// The value of an "onMetaData" script tag: an ECMA array unless `asObject` is called.
 class MetaData {
 public:

@@ -1,29 +1,14 @@
 // A whole film through Media Foundation's decoder.
 
+#include "tests/tools/PlayedStream.h"
 #include "tests/tools/TestFilm.h"
-#include "tools/OpenedSource.h"
-#include "tools/Playback.h"
 #include "tools/Session.h"
-#include "tools/SourceFacts.h"
-#include "tools/StreamReader.h"
 #include "tools/VideoDecoder.h"
 
 #include <gtest/gtest.h>
 
-using Microsoft::WRL::ComPtr;
-
 namespace JY::Tools {
 namespace {
-
-constexpr DWORD videoStream = 1002;
-
-ComPtr<IMFMediaType> typeOf(IMFMediaStream& stream) {
-    ComPtr<IMFStreamDescriptor> descriptor;
-    check(stream.GetStreamDescriptor(descriptor.GetAddressOf()), "GetStreamDescriptor");
-    ComPtr<IMFMediaType> type;
-    check(typeHandlerOf(*descriptor.Get())->GetCurrentMediaType(type.GetAddressOf()), "GetCurrentMediaType");
-    return type;
-}
 
 void addTimes(std::vector<LONGLONG>& times, const std::vector<DecodedFrame>& frames) {
     for (const DecodedFrame& frame : frames) {
@@ -33,16 +18,10 @@ void addTimes(std::vector<LONGLONG>& times, const std::vector<DecodedFrame>& fra
 
 /// The times of the decoded pictures, in milliseconds.
 std::vector<LONGLONG> decodedTimes(const TestFilm& film) {
-    const OpenedSource source(film.path());
-    const auto presentation = createPresentation(source.get());
-    Playback playback(source.get());
-    playback.start(*presentation.Get(), 0);
-    IMFMediaStream& stream = *playback.streams().at(videoStream).Get();
-    PlaybackEnd end;
-    StreamReader reader(stream, end);
-    VideoDecoder decoder(*typeOf(stream).Get());
+    PlayedStream stream(film.path(), videoStream);
+    VideoDecoder decoder(*stream.type().Get());
     std::vector<LONGLONG> times;
-    while (const auto delivered = reader.next()) {
+    while (const auto delivered = stream.next()) {
         addTimes(times, decoder.decode(*delivered->sample.Get()));
     }
     addTimes(times, decoder.drain());

@@ -62,6 +62,15 @@ std::filesystem::path TestFilm::file(const std::string& ending) const {
     return std::filesystem::absolute(std::filesystem::path(folder) / (name_ + ending));
 }
 
+std::vector<std::uint8_t> TestFilm::soundFrames() const {
+    std::ifstream frames = openFile(file(".mp3"));
+    return {std::istreambuf_iterator<char>(frames), {}};
+}
+
+bool TestFilm::repeatsFirstFrame() const {
+    return std::filesystem::exists(file(".mp3")) && !videoPackets().empty();
+}
+
 std::vector<ProbedPacket> TestFilm::packets() const {
     std::ifstream rows = openFile(file(".packets.csv"));
     std::vector<ProbedPacket> result;

@@ -28,6 +28,11 @@ public:
     explicit TestFilm(const std::string& name);
 
     std::wstring path() const { return file(".flv").wstring(); }
+    /// The frames of its MP3 sound, one behind the other.
+    std::vector<std::uint8_t> soundFrames() const;
+    /// Whether its first frame of sound is played twice. MP3 has no header of its own: the first frame is read, and
+    /// kept, to describe the sound, and read again when playing goes back to the first key frame for the pictures.
+    bool repeatsFirstFrame() const;
     /// In the order of the file.
     std::vector<ProbedPacket> packets() const;
     std::vector<ProbedPacket> audioPackets() const;
