@@ -1,7 +1,7 @@
 #include "tools/Program.h"
 
 #include "tools/Failure.h"
-#include "tools/HResultWords.h"
+#include "tools/FailureWords.h"
 #include "tools/Text.h"
 
 #include <cstdio>
@@ -56,11 +56,15 @@ int runProgram(int argumentCount, wchar_t** arguments, const char* usage,
         std::cerr << line.program << ": " << error.what() << "\nusage: " << line.program << ' ' << usage;
         return exitUsage;
     } catch (const Failure& failure) {
-        std::cerr << line.program << ": " << failure.what() << ": " << hresultInWords(failure.code()) << '\n';
+        std::cerr << line.program << ": " << describe(failure) << '\n';
     } catch (const std::exception& error) {
         std::cerr << line.program << ": " << error.what() << '\n';
     }
     return exitFailure;
+}
+
+bool outputIsTerminal() {
+    return _isatty(_fileno(stdout)) != 0;
 }
 
 bool errorIsTerminal() {

@@ -22,7 +22,8 @@ struct CommandLine {
 int runProgram(int argumentCount, wchar_t** arguments, const char* usage,
                const std::function<int(const CommandLine&)>& body);
 
-/// Whether standard error is a terminal.
+/// Whether standard output is a terminal, and whether standard error is.
+bool outputIsTerminal();
 bool errorIsTerminal();
 
 } // namespace JY::Tools

@@ -15,13 +15,29 @@ ULONGLONG magnitude(LONGLONG value) {
     return value < 0 ? 0 - static_cast<ULONGLONG>(value) : static_cast<ULONGLONG>(value);
 }
 
+std::string toCodePage(UINT codePage, std::wstring_view text) {
+    const int units = static_cast<int>(text.size());
+    const int bytes = WideCharToMultiByte(codePage, 0, text.data(), units, nullptr, 0, nullptr, nullptr);
+    std::string result(static_cast<std::size_t>(bytes), '\0');
+    WideCharToMultiByte(codePage, 0, text.data(), units, result.data(), bytes, nullptr, nullptr);
+    return result;
+}
+
 } // namespace
 
 std::string toUtf8(std::wstring_view text) {
-    const int units = static_cast<int>(text.size());
-    const int bytes = WideCharToMultiByte(CP_UTF8, 0, text.data(), units, nullptr, 0, nullptr, nullptr);
-    std::string result(static_cast<std::size_t>(bytes), '\0');
-    WideCharToMultiByte(CP_UTF8, 0, text.data(), units, result.data(), bytes, nullptr, nullptr);
+    return toCodePage(CP_UTF8, text);
+}
+
+std::string toAnsi(std::wstring_view text) {
+    return toCodePage(CP_ACP, text);
+}
+
+std::wstring fromAnsi(std::string_view text) {
+    const int bytes = static_cast<int>(text.size());
+    const int units = MultiByteToWideChar(CP_ACP, 0, text.data(), bytes, nullptr, 0);
+    std::wstring result(static_cast<std::size_t>(units), L'\0');
+    MultiByteToWideChar(CP_ACP, 0, text.data(), bytes, result.data(), units);
     return result;
 }
 

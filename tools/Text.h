@@ -12,6 +12,10 @@ namespace JY::Tools {
 /// What is no valid UTF-16 becomes U+FFFD.
 std::string toUtf8(std::wstring_view text);
 
+/// In the system's ANSI code page: what it cannot hold becomes its replacement character.
+std::string toAnsi(std::wstring_view text);
+std::wstring fromAnsi(std::string_view text);
+
 /// "{0d96ad9a-8e7b-4898-9502-e5be5a5d4890}"
 std::string guidText(const GUID& guid);
 

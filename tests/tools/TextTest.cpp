@@ -17,6 +17,16 @@ TEST(Text, ReplacesHalfACharacter) {
                                                                  "b");
 }
 
+TEST(Text, TurnsTheSystemsOwnEncodingIntoUtf16AndBack) {
+    EXPECT_EQ(fromAnsi(std::string_view("a\0b\r\n", 5)), std::wstring(L"a\0b\r\n", 5));
+    EXPECT_EQ(toAnsi(L"abc"), "abc");
+    EXPECT_EQ(toAnsi(fromAnsi("")), "");
+    std::array<char, 2> ansi{};
+    ASSERT_EQ(WideCharToMultiByte(CP_ACP, 0, L"\u00e9", 1, ansi.data(), 2, nullptr, nullptr), 1);
+    EXPECT_EQ(fromAnsi({ansi.data(), 1}), L"\u00e9");
+    EXPECT_EQ(toAnsi(L"\u00e9"), std::string(ansi.data(), 1));
+}
+
 TEST(Text, WritesTimesInHoursToMilliseconds) {
     EXPECT_EQ(timeText(0), "0:00:00.000");
     EXPECT_EQ(timeText(9999), "0:00:00.000");

@@ -1,0 +1,152 @@
+#include "tools/LogReader.h"
+
+#include "tools/FailureWords.h"
+#include "tools/LogPieces.h"
+#include "tools/SnapshotMarker.h"
+#include "tools/Text.h"
+
+#include <algorithm>
+
+namespace JY::Tools {
+
+namespace {
+
+/// When a file was begun, by what has been read of it from the beginning on. The first records of a snapshot's file can
+/// be far older than the file, so its marks tell.
+std::optional<LogTime> timeOf(const LogGrowth& growth, bool snapshots) {
+    const auto found = std::ranges::find_if(growth.records, [&](const LogRecord& record) {
+        return !snapshots || SnapshotMarker::read(record.text).has_value();
+    });
+    return found == growth.records.end() ? std::nullopt : std::optional(found->head.time);
+}
+
+} // namespace
+
+LogReader::LogReader(LogSelection selection, std::function<void(const std::string&)> tell)
+    : selection_(std::move(selection)), tell_(std::move(tell)) {}
+
+std::vector<LogRecord> LogReader::read() {
+    findFiles();
+    readFiles();
+    return take();
+}
+
+std::vector<LogRecord> LogReader::readToEnd() {
+    findFiles();
+    readFiles();
+    finishFiles();
+    return take();
+}
+
+bool LogReader::isWanted(const LogRingKey& key) const {
+    const auto& wanted = selection_.processes;
+    return wanted.empty() || (key.process && std::ranges::find(wanted, *key.process) != wanted.end());
+}
+
+/// What is gone is forgotten, so that a file of the same name is read from its beginning.
+void LogReader::findFiles() {
+    paths_ = findLogs(selection_.paths, selection_.kinds);
+    std::erase_if(paths_, [&](const auto& ring) { return !isWanted(ring.first); });
+    std::erase_if(rings_, [&](const auto& ring) { return !paths_.contains(ring.first); });
+    for (const auto& [key, paths] : paths_) {
+        Ring& ring = rings_[key];
+        std::erase_if(ring.files, [&, &present = paths](const auto& file) { return !present.contains(file.first); });
+        for (const auto& [index, path] : paths) {
+            ring.files.try_emplace(index, path);
+        }
+    }
+}
+
+void LogReader::readFiles() {
+    for (const auto& [key, paths] : paths_) {
+        for (const auto& [index, path] : paths) {
+            readFile(path, rings_.at(key).files.at(index));
+        }
+    }
+}
+
+void LogReader::readFile(const std::wstring& path, File& file) {
+    file.growth = {};
+    try {
+        file.growth = file.tail.read();
+        file.failed = false;
+    } catch (const Failure& failure) {
+        if (!file.failed) {
+            tell_(describe(failure));
+        }
+        file.failed = true;
+        failed_ = true;
+    }
+    if (file.growth.leadIn != 0) {
+        tell_(toUtf8(path) + ": the first " + std::to_string(file.growth.leadIn) + " bytes belong to no record");
+    }
+}
+
+void LogReader::finishFiles() {
+    for (const auto& [key, paths] : paths_) {
+        for (const auto& [index, path] : paths) {
+            finishFile(path, rings_.at(key).files.at(index));
+        }
+    }
+}
+
+void LogReader::finishFile(const std::wstring& path, File& file) {
+    LogGrowth& growth = file.growth;
+    if (growth.unfinished.empty()) {
+        return;
+    }
+    const auto head = readLogHead(growth.unfinished);
+    if (!head && growth.records.empty()) {
+        tell_(toUtf8(path) + ": the last " + std::to_string(growth.unfinished.size()) + " bytes belong to no record");
+        return;
+    }
+    tell_(toUtf8(path) + ": the last record is not complete");
+    const std::string text = growth.unfinished.append(logLineEnd);
+    growth.records.push_back({head ? *head : growth.records.back().head, text, !head});
+}
+
+std::vector<LogRecord> LogReader::take() {
+    std::vector<Placed> records;
+    for (auto& [key, ring] : rings_) {
+        takeRing(key.snapshots, ring, records);
+    }
+    std::ranges::stable_sort(records, {}, &Placed::place);
+    std::vector<LogRecord> result;
+    result.reserve(records.size());
+    std::ranges::transform(records, std::back_inserter(result),
+                           [](Placed& placed) { return std::move(placed.record); });
+    return result;
+}
+
+void LogReader::takeRing(bool snapshots, Ring& ring, std::vector<Placed>& records) const {
+    std::vector<std::optional<LogTime>> times;
+    for (const auto& [index, file] : ring.files) {
+        times.push_back(timeOf(file.growth, snapshots));
+    }
+    auto next = ring.current ? ring.files.lower_bound(*ring.current)
+                             : std::next(ring.files.begin(), static_cast<std::ptrdiff_t>(oldestInRing(times)));
+    LogTime latest = LogTime::min();
+    for (std::size_t count = 0; count < times.size(); ++count, ++next) {
+        next = next == ring.files.end() ? ring.files.begin() : next;
+        auto& [index, file] = *next;
+        if (file.growth.records.empty()) {
+            continue;
+        }
+        ring.current = index;
+        file.latest = snapshots ? std::max(file.latest, latest) : file.latest;
+        takeFile(file, records);
+        latest = file.latest;
+    }
+}
+
+void LogReader::takeFile(File& file, std::vector<Placed>& records) const {
+    for (LogRecord& record : file.growth.records) {
+        file.latest = std::max(file.latest, record.head.time);
+        file.shown = record.more ? file.shown : selection_.filter.accepts(record);
+        if (file.shown) {
+            records.push_back({file.latest, std::move(record)});
+        }
+    }
+}
+
+} // namespace JY::Tools
