@@ -27,7 +27,7 @@ void CoreImpl::addSink(boost::shared_ptr<Sink> sink) {
 
 void CoreImpl::flush() {
     for (const auto& sink : sinks_) {
-        sink->flush();
+        spared([&] { sink->flush(); });
     }
 }
 

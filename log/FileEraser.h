@@ -6,7 +6,8 @@ namespace JY::Log2 {
 class FileEraser {
 public:
     virtual ~FileEraser() = default;
-    /// Removes old files. A file that cannot be removed stays, without a failure.
+    /// Removes files until the folder is small enough. A file that cannot be removed stays, without a failure. Called
+    /// by sinks under their lock while they have no file open, so it must not log.
     virtual void erase() = 0;
 };
 

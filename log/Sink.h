@@ -14,6 +14,9 @@ public:
     virtual void write(const Record& record) = 0;
     /// Records below `severity` are dropped from now on.
     virtual void setThreshold(Severity severity) = 0;
+    /// At the end of the process, when its other threads have been stopped wherever they were: a sink that one of them
+    /// was using takes nothing any more, since what it was doing will never be completed.
+    virtual void abandonIfBusy() {}
 };
 
 } // namespace JY::Log2

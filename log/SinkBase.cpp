@@ -5,6 +5,9 @@
 namespace JY::Log2 {
 
 void SinkBase::write(const Record& record) {
+    if (abandoned_) {
+        return;
+    }
     const std::lock_guard guard(lock_);
     if (record.severity >= threshold_) {
         doWrite(record);
@@ -14,6 +17,14 @@ void SinkBase::write(const Record& record) {
 void SinkBase::setThreshold(Severity severity) {
     const std::lock_guard guard(lock_);
     threshold_ = severity;
+}
+
+void SinkBase::abandonIfBusy() {
+    if (lock_.tryLock()) {
+        lock_.unlock();
+    } else {
+        abandoned_ = true;
+    }
 }
 
 } // namespace JY::Log2

@@ -10,14 +10,18 @@ class SinkBase : public Sink {
 public:
     void write(const Record& record) final;
     void setThreshold(Severity severity) final;
+    void abandonIfBusy() final;
 
 protected:
     /// Takes a record that passed the threshold; called under the sink's lock.
     virtual void doWrite(const Record& record) = 0;
 
+    bool isAbandoned() const { return abandoned_; }
+
     LockImpl lock_;
 
 private:
+    bool abandoned_ = false; // changes only when a single thread is left
     Severity threshold_ = Severity::warn;
 };
 

@@ -8,6 +8,7 @@
 #include "util/Path.h"
 
 #include <algorithm>
+#include <array>
 #include <cwchar>
 #include <mutex>
 #include <utility>
@@ -60,6 +61,9 @@ void TextFileSink::flush() {
 }
 
 void TextFileSink::close() {
+    if (isAbandoned()) {
+        return;
+    }
     const std::lock_guard guard(lock_);
     file_.reset();
 }
@@ -87,9 +91,12 @@ void TextFileSink::writeLine(const Record& record) {
     }
     TextBuffer head;
     appendLineHead(head, record, column_);
-    writePiece(head.view());
-    writePiece(record.message);
-    writePiece("\r\n");
+    // The whole line is written before anybody is told, so that whoever fails on it leaves no line unended.
+    const std::array<std::string_view, 3> pieces{writePiece(head.view()), writePiece(record.message),
+                                                 writePiece("\r\n")};
+    for (const std::string_view piece : pieces) {
+        onWritten(piece);
+    }
 }
 
 std::uint32_t TextFileSink::firstListedIndex() const {
@@ -156,10 +163,10 @@ void TextFileSink::tidy() {
     }
 }
 
-void TextFileSink::writePiece(std::string_view piece) {
+std::string_view TextFileSink::writePiece(std::string_view piece) {
     DWORD written = 0;
     WriteFile(file_.get(), piece.data(), static_cast<DWORD>(piece.size()), &written, nullptr);
-    onWritten(piece);
+    return piece.substr(0, written);
 }
 
 } // namespace JY::Log2

@@ -14,8 +14,9 @@
 
 namespace JY::Log2 {
 
-/// Writes a ring of text files, directory\prefixN.log with N counted from 0, each of a limited size. Any thread. What
-/// cannot be written into a file goes to the debugger's output; writing never throws.
+/// Writes a ring of text files, directory\prefixN.log with N counted from 0, each of a limited size. Any thread. While
+/// no file can be opened, records go to the debugger's output; one that cannot be written is lost. Writing never
+/// throws.
 class TextFileSink : public SinkBase {
 public:
     /// Opens no file. Tokens and environment variables in `directoryPath` are replaced, and the directory is made.
@@ -43,7 +44,7 @@ protected:
     /// Writes a record's line into the file, which changes when it is full. Throws what `onWritten` throws, and for
     /// want of memory.
     void writeLine(const Record& record);
-    /// Receives the bytes written, piece by piece.
+    /// Receives the bytes that were written, piece by piece, after each line.
     virtual void onWritten(std::string_view) {}
     /// @}
 
@@ -57,7 +58,8 @@ private:
     void open(Content content);
     bool openIn(const std::wstring& directory, Content content);
     void tidy();
-    void writePiece(std::string_view piece);
+    /// Returns what could be written of it.
+    std::string_view writePiece(std::string_view piece);
 
     std::uint32_t fileIndex_ = 0;
     std::uint32_t maxWrap_;

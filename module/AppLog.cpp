@@ -10,6 +10,7 @@
 #include "log/TextFileSink.h"
 #include "module/EarlyFailures.h"
 #include "module/LogHeader.h"
+#include "util/NeverDestroyed.h"
 
 #include <windows.h>
 
@@ -22,13 +23,17 @@ namespace {
 
 constexpr SourceFile here{"AppLog"};
 
-boost::shared_ptr<Log2::Core> core;
-boost::shared_ptr<Log2::Sink> normalSink;
-boost::shared_ptr<Log2::Sink> snapshotSink;
+struct Parts {
+    boost::shared_ptr<Log2::Core> core;
+    boost::shared_ptr<Log2::Sink> normalSink;
+    boost::shared_ptr<Log2::Sink> snapshotSink;
+};
+
+constinit NeverDestroyed<Parts> parts;
 
 /// Adds the sink to the core and keeps it.
 void install(boost::shared_ptr<Log2::Sink>& place, boost::shared_ptr<Log2::Sink> sink) {
-    core->addSink(sink);
+    parts->core->addSink(sink);
     place = std::move(sink);
 }
 
@@ -36,31 +41,31 @@ void install(boost::shared_ptr<Log2::Sink>& place, boost::shared_ptr<Log2::Sink>
 void closeSinks() {
     Log2::untraced().notice(here()) << "AppLog finalizing";
     Log2::setSnapshotWriter(nullptr);
-    core->shutdown(Log2::ShutdownMode::reportWarning);
+    parts->core->shutdown(Log2::ShutdownMode::reportWarning);
 }
 
 } // namespace
 
 void AppLog::initialize(const std::wstring& name, const std::wstring& directory, std::uint32_t maxEachSize,
                         std::uint32_t maxWrap, std::uint32_t snapshotSize) {
-    const std::wstring prefix = name + L"-" + std::to_wstring(GetCurrentProcessId()) + L"-";
+    const std::wstring prefix = name + L"-" + std::to_wstring(static_cast<std::int32_t>(GetCurrentProcessId())) + L"-";
     const std::uint32_t budget = 2 * maxEachSize * maxWrap;
     EarlyFailures failures;
-    core = boost::make_shared<Log2::CoreImpl>();
-    Log2::setCore(core);
+    parts->core = boost::make_shared<Log2::CoreImpl>();
+    Log2::setCore(parts->core);
     boost::shared_ptr<Log2::FileEraser> eraser;
     failures.attempt([&] { eraser = boost::make_shared<Log2::FileEraserImpl>(directory, name + L"-*.log", budget); });
     failures.attempt([&] {
         const auto sink = boost::make_shared<Log2::TextFileSink>(directory, prefix, maxEachSize, maxWrap, eraser);
         sink->start();
-        install(normalSink, sink);
+        install(parts->normalSink, sink);
     });
-    if (normalSink == nullptr) {
-        install(normalSink, boost::make_shared<Log2::DebugOutSink>());
+    if (parts->normalSink == nullptr) {
+        install(parts->normalSink, boost::make_shared<Log2::DebugOutSink>());
     }
     failures.attempt([&] {
-        install(snapshotSink, boost::make_shared<Log2::SnapshotTextFileSink>(directory, prefix + L"s-", maxEachSize,
-                                                                             maxWrap, eraser, snapshotSize));
+        install(parts->snapshotSink, boost::make_shared<Log2::SnapshotTextFileSink>(
+                                         directory, prefix + L"s-", maxEachSize, maxWrap, eraser, snapshotSize));
     });
     Log2::setSnapshotWriter(&AppLog::snapshot);
     failures.record();
@@ -68,20 +73,20 @@ void AppLog::initialize(const std::wstring& name, const std::wstring& directory,
 }
 
 void AppLog::setNormalLevel(Log2::Severity severity) {
-    if (normalSink != nullptr) {
-        normalSink->setThreshold(severity);
+    if (parts->normalSink != nullptr) {
+        parts->normalSink->setThreshold(severity);
     }
     Log2::untraced().notice(here()) << "NormalLogSeverityThreshold=" << Log2::severityName(severity);
 }
 
 void AppLog::setSnapshotLevel(Log2::Severity severity) {
-    if (snapshotSink != nullptr) {
-        snapshotSink->setThreshold(severity);
+    if (parts->snapshotSink != nullptr) {
+        parts->snapshotSink->setThreshold(severity);
     }
 }
 
 void AppLog::snapshot() {
-    if (const auto sink = boost::dynamic_pointer_cast<Log2::SinkSnapshot>(snapshotSink)) {
+    if (const auto sink = boost::dynamic_pointer_cast<Log2::SinkSnapshot>(parts->snapshotSink)) {
         sink->snapshot();
     } else {
         Log2::untraced().fatal(here()) << "Invalid snapshot instance.";
@@ -89,18 +94,26 @@ void AppLog::snapshot() {
 }
 
 void AppLog::finalize() {
-    if (core == nullptr) {
+    if (parts->core == nullptr) {
         return;
     }
     closeSinks();
-    normalSink.reset();
-    snapshotSink.reset();
+    parts->normalSink.reset();
+    parts->snapshotSink.reset();
     Log2::setCore(nullptr);
-    core.reset();
+    parts->core.reset();
+}
+
+void AppLog::leaveOutBusySinks() {
+    for (const auto& sink : {parts->normalSink, parts->snapshotSink}) {
+        if (sink != nullptr) {
+            sink->abandonIfBusy();
+        }
+    }
 }
 
 void AppLog::finalizeAtProcessEnd() {
-    if (core != nullptr) {
+    if (parts->core != nullptr) {
         closeSinks();
     }
 }

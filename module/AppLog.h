@@ -31,9 +31,13 @@ public:
     static void snapshot();
     /// Records the end, closes the sinks and removes the core. Library unload only.
     static void finalize();
-    /// The same when the process ends: its other threads were stopped wherever they were, so nothing waits for a lock
-    /// that one of them may have held, and memory is left to the system.
+    /// For the end of the process, when its other threads have been stopped wherever they were. The first leaves out
+    /// the sinks that one of them was using; it comes before anything else is logged. The second is `finalize`, but
+    /// leaves the core and the sinks themselves to the system.
+    /// @{
+    static void leaveOutBusySinks();
     static void finalizeAtProcessEnd();
+    /// @}
 };
 
 } // namespace JY::Pictaro

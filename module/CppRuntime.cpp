@@ -34,7 +34,7 @@ public:
     StateSlot(const StateSlot&) = delete;
     StateSlot& operator=(const StateSlot&) = delete;
     ~StateSlot() {
-        FlsFree(index_);
+        FlsFree(index_.exchange(FLS_OUT_OF_INDEXES)); // whoever throws after this starts anew
         __gnu_cxx::__freeres();
     }
 

@@ -1,6 +1,6 @@
 #include "module/EarlyFailures.h"
 
-#include "log/Core.h"
+#include "module/FailureRecord.h"
 
 namespace JY::Pictaro {
 
@@ -9,11 +9,12 @@ constexpr SourceFile here{"EarlyFailures"};
 }
 
 void EarlyFailures::record() const {
+    const auto log = Log2::untraced();
     for (const std::exception_ptr& failure : failures_) {
         try {
             std::rethrow_exception(failure);
-        } catch (const Exception& exception) {
-            Log2::untraced().error(here()) << exception;
+        } catch (...) {
+            recordCurrentException(log, here(), Log2::Severity::error);
         }
     }
 }

@@ -1,7 +1,5 @@
 #pragma once
 
-#include "util/Exception.h"
-
 #include <exception>
 #include <vector>
 
@@ -10,14 +8,16 @@ namespace JY::Pictaro {
 /// What fails while the log does not stand yet, kept to be told when it does. One thread.
 class EarlyFailures {
 public:
-    /// Runs a step of the set-up. When it throws a JY::Exception that is kept, and the set-up goes on without the step;
-    /// whatever else it throws passes.
+    /// Runs a step of the set-up. Whatever it throws is kept, and the set-up can go on without the step. Returns
+    /// whether the step was done. Throws std::bad_alloc when there is no memory to keep a failure.
     template <class Step>
-    void attempt(const Step& step) {
+    bool attempt(const Step& step) {
         try {
             step();
-        } catch (const Exception&) {
+            return true;
+        } catch (...) {
             failures_.push_back(std::current_exception());
+            return false;
         }
     }
 

@@ -1,7 +1,6 @@
 #include "module/LogHeader.h"
 
-#include "log/Core.h"
-#include "util/Exception.h"
+#include "module/FailureRecord.h"
 #include "util/JYWin32.h"
 #include "util/OsVersion.h"
 #include "util/VersionResource.h"
@@ -10,15 +9,15 @@ namespace JY::Pictaro {
 
 namespace {
 
-constexpr SourceFile here{"AppLog"};
+constexpr SourceFile here{"LogHeader"};
 
 /// Gathers header values; what cannot be had keeps none of them back but its own.
 template <class Gather>
 void attempt(const Log2::Logger& log, const Gather& gather) {
     try {
         gather();
-    } catch (const Exception& exception) {
-        log.warn(here()) << exception;
+    } catch (...) {
+        recordCurrentException(log, here(), Log2::Severity::warn);
     }
 }
 

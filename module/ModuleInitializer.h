@@ -12,6 +12,11 @@ public:
     static void initializeOnFirstObtain();
     /// Leaves logging running: objects come and go many times in one process.
     static void finalizeOnLastRelease();
+
+    /// What makes ready what all objects share; may throw.
+    using Preparation = void (*)();
+    /// Replaces it and returns the one before. For tests.
+    static Preparation exchangePreparation(Preparation next);
 };
 
 } // namespace JY::Pictaro

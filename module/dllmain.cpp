@@ -6,6 +6,7 @@
 #include "module/ClassFactory.h"
 #include "module/EarlyFailures.h"
 #include "module/ModuleInitializer.h"
+#include "util/JYWin32.h"
 #include "util/UnknownException.h"
 
 #include <windows.h>
@@ -29,7 +30,9 @@ constexpr std::uint32_t recordsForSnapshot = 1000;
 
 std::wstring chooseLogDirectory(EarlyFailures& failures) {
     std::wstring directory = getDefaultLogDir(WinMediumLabelSid);
-    failures.attempt([&] { directory = getDefaultLogDir(); });
+    if (!failures.attempt([&] { directory = getDefaultLogDir(); })) {
+        failures.attempt([&] { directory = getDefaultLogDir(getIntegrityLevel()); });
+    }
     return directory;
 }
 
@@ -38,7 +41,7 @@ std::uint32_t readLogLevel() {
     try {
         return getFlvSourceUInt(L"LogLevel", defaultLevel);
     } catch (const Exception& exception) {
-        Log2::untraced().warn(here()) << exception;
+        Log2::untraced().error(here()) << exception;
         return defaultLevel;
     }
 }
@@ -61,8 +64,15 @@ void onProcessAttach(HMODULE module) {
 
 void onProcessDetach(bool processEnds) noexcept {
     try {
+        if (processEnds) {
+            AppLog::leaveOutBusySinks();
+        }
         Log2::untraced().info(here()) << "onProcessDetach.";
-        processEnds ? AppLog::finalizeAtProcessEnd() : AppLog::finalize();
+        if (processEnds) {
+            AppLog::finalizeAtProcessEnd();
+        } else {
+            AppLog::finalize();
+        }
     } catch (...) {
         // The library goes whatever happens, and there is no log any more to tell of it.
     }

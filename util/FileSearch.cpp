@@ -19,6 +19,9 @@ bool isFileOf(const WIN32_FIND_DATAW& entry, const std::wstring& pattern) {
 
 std::vector<FoundFile> findFiles(const std::wstring& directory, const std::wstring& pattern) {
     std::vector<FoundFile> files;
+    if (directory.empty()) {
+        return files; // not the root of the drive
+    }
     WIN32_FIND_DATAW entry{};
     const Handle search(FindFirstFileExW((directory + L'\\' + pattern).c_str(), FindExInfoBasic, &entry,
                                          FindExSearchNameMatch, nullptr, 0),

@@ -13,7 +13,7 @@ struct FoundFile {
 };
 
 /// The files of `directory` whose names match `pattern` ("*" and "?"), in the order in which the system lists them.
-/// Folders are left out. A folder that is not there, or that cannot be listed, has no files.
+/// Folders are left out. A folder that is not there or cannot be listed, and an empty `directory`, have no files.
 std::vector<FoundFile> findFiles(const std::wstring& directory, const std::wstring& pattern);
 
 } // namespace JY

@@ -21,6 +21,8 @@ public:
     LockImpl& operator=(const LockImpl&) = delete;
 
     void lock() override { EnterCriticalSection(&section_); }
+    /// Takes the lock when no other thread holds it, and tells whether it did.
+    bool tryLock() { return TryEnterCriticalSection(&section_) != FALSE; }
     void unlock() override { LeaveCriticalSection(&section_); }
 
 private:

@@ -7,7 +7,7 @@ namespace JY {
 
 namespace {
 
-constexpr SourceFile here{"JYWin32"};
+constexpr SourceFile here{"VersionResource"};
 
 std::vector<std::byte> loadVersionBlock(const std::wstring& path) {
     DWORD unused = 0;
@@ -27,9 +27,9 @@ std::wstring VersionResource::getString(const wchar_t* name) const {
         const std::wstring place = std::wstring(L"\\StringFileInfo\\") + languageAndCodePage + L"\\" + name;
         void* text = nullptr;
         UINT length = 0; // characters, with the terminator
-        if (VerQueryValueW(block_.data(), place.c_str(), &text, &length) && length != 0) {
-            const std::wstring value(static_cast<const wchar_t*>(text), length);
-            return value.substr(0, value.find(L'\0'));
+        if (VerQueryValueW(block_.data(), place.c_str(), &text, &length)) {
+            const auto* const characters = static_cast<const wchar_t*>(text);
+            return {characters, wcsnlen(characters, length)};
         }
     }
     return {};

@@ -1,5 +1,5 @@
-// make_volatile_key KEY: makes a key under HKEY_LOCAL_MACHINE that lives until the next start of the system only, so that
-// no lasting key can be made below it.
+// make_volatile_key KEY: makes a key under HKEY_LOCAL_MACHINE that lives until the next start of the system only, so
+// that no lasting key can be made below it.
 
 #include "util/RegistryHandle.h"
 

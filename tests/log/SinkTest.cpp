@@ -5,9 +5,11 @@
 #include "tests/log/Records.h"
 #include "tests/support/DebugOutputCapture.h"
 
+#include <atomic>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -98,6 +100,47 @@ TEST(DebugOutSink, SendsOneLineToTheDebugger) {
     sink.write(recordOf(Severity::error, "FlvTag", 65, "kept"));
     EXPECT_THAT(output.lines(),
                 ElementsAre("2026/03/04 05:06:07.008 00000abc error  FlvTag              (   65) kept\n"));
+}
+
+/// Stays in its first record until it is let go, as a thread does that was stopped there.
+class StuckSink final : public SinkBase {
+public:
+    void flush() override {}
+    void close() override {}
+
+    std::atomic<bool> isInside = false;
+    std::atomic<bool> mayLeave = false;
+    std::atomic<int> records = 0;
+
+protected:
+    void doWrite(const Record&) override {
+        ++records;
+        isInside = true;
+        while (!mayLeave) {
+            std::this_thread::yield();
+        }
+    }
+};
+
+TEST(SinkBase, TakesNothingMoreOnceItWasAbandonedWhileBusy) {
+    StuckSink sink;
+    std::jthread stopped([&] { sink.write(recordOf(Severity::error, "f", 1, "stuck")); });
+    while (!sink.isInside) {
+        std::this_thread::yield();
+    }
+    sink.abandonIfBusy();
+    sink.write(recordOf(Severity::error, "f", 1, "would wait for ever"));
+    sink.mayLeave = true;
+    stopped.join();
+    EXPECT_EQ(sink.records, 1);
+}
+
+TEST(SinkBase, GoesOnWhenItIsNotBusy) {
+    StuckSink sink;
+    sink.mayLeave = true;
+    sink.abandonIfBusy();
+    sink.write(recordOf(Severity::error, "f", 1, ""));
+    EXPECT_EQ(sink.records, 1);
 }
 
 } // namespace

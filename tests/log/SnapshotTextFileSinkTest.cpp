@@ -13,6 +13,7 @@
 #include "util/ErrorException.h"
 #include "util/FatalException.h"
 
+#include <wincrypt.h>
 #include <windows.h>
 
 #include <boost/make_shared.hpp>
@@ -27,7 +28,6 @@
 #include <string>
 #include <thread>
 #include <vector>
-#include <wincrypt.h>
 
 namespace {
 
@@ -363,11 +363,36 @@ TEST_F(FailingSnapshot, WithoutAHashThrowsAfterItsBegin) {
 
 TEST_F(FailingSnapshot, ThrowsWhenARecordCannotBeHashed) {
     EXPECT_EQ(failure("CryptHashData", &failHashing), "CryptHashData: (0xb) @Sha1Calculator");
-    // The head of the record was written; what follows stands behind it.
-    EXPECT_THAT(folder.content("p-s-0.log"), EndsWith(testHead));
+    // The record was written; what follows stands behind it.
+    EXPECT_THAT(folder.content("p-s-0.log"), EndsWith(std::string(testHead) + "a\r\n"));
     EXPECT_NO_THROW(sink->snapshot());
     EXPECT_EQ(folder.lines("p-s-0.log").back().substr(testHead.size()),
               endText + rotatedDigest(std::string(testHead) + "a\r\n"));
+}
+
+decltype(&WriteFile) systemWriteFile;
+
+/// Writes half of each message and nothing of line ends.
+BOOL WINAPI writeAPart(HANDLE file, const void* data, DWORD size, DWORD* written, OVERLAPPED*) {
+    const bool isHead = size == testHead.size();
+    *written = 0;
+    return size == 2 || systemWriteFile(file, data, isHead ? size : size / 2, written, nullptr);
+}
+
+TEST_F(SnapshotTextFileSinkTest, DigestCoversWhatWasWritten) {
+    const auto sink = makeSink(2);
+    sink->write(errorOf("abcdef"));
+    systemWriteFile = &WriteFile;
+    {
+        const ImportPatch<decltype(&WriteFile)> patch("WriteFile", &writeAPart);
+        sink->snapshot();
+    }
+    const std::string content = folder.content("p-s-0.log");
+    const std::string kept = std::string(testHead) + "abc";
+    EXPECT_THAT(content, HasSubstr(kept));
+    // The digest, too, is half of its record: its first digits tell.
+    const std::string end = endText + rotatedDigest(kept);
+    EXPECT_THAT(content, EndsWith(end.substr(0, end.size() / 2)));
 }
 
 TEST_F(FailingSnapshot, LeavesTheLockFree) {

@@ -148,7 +148,8 @@ TEST(AppLog, HeaderRecordsAreNotices) {
                                         "OsVersion=", "NormalLogSeverityThreshold=", "AppLog finalizing"}) {
         EXPECT_EQ(messageThatBegins(text, beginning).empty(), false) << beginning;
     }
-    EXPECT_EQ(countIn(text, " notice AppLog              ("), 8U);
+    EXPECT_EQ(countIn(text, " notice LogHeader           ("), 5U);
+    EXPECT_EQ(countIn(text, " notice AppLog              ("), 2U);
 }
 
 TEST(AppLog, UserThatCannotBeHadIsEmptyAndTold) {
@@ -158,7 +159,7 @@ TEST(AppLog, UserThatCannotBeHadIsEmptyAndTold) {
         const AttachedModule module;
     }
     EXPECT_THAT(messageThatBegins(log.text(), "UserName="), MatchesRegex("UserName=, IntegrityLevel=.+"));
-    EXPECT_EQ(log.count(" warn   AppLog "), 2U); // the version's and this
+    EXPECT_EQ(log.count(" warn   LogHeader "), 2U); // the version's and this
     EXPECT_EQ(log.count("Exception caught. class JY::ApiErrorException, GetUserName: (0x5;"), 1U);
 }
 
@@ -261,15 +262,44 @@ TEST(AppLog, SnapshotWithoutASinkForItIsFatal) {
     EXPECT_EQ(output.count(") Invalid snapshot instance.\n"), 1U);
 }
 
+TEST(AppLog, LogsIntoTheLowFolderAtLowIntegrityWhenTheSettingCannotBeRead) {
+    const DefaultLog log(L"%LocalAppDataLow%\\JyMorvane\\Pictaro");
+    {
+        const ImportPatch<decltype(&IsWellKnownSid)> patch("IsWellKnownSid", &knowsTheLowLabelOnly);
+        const ModuleSetting mistyped(L"LogDir", 1);
+        const AttachedModule module;
+    }
+    EXPECT_EQ(countIn(log.text(), " error  EarlyFailures "), 1U);
+    EXPECT_EQ(countIn(log.text(), "class JY::ErrorException, Type missmatch."), 1U);
+}
+
 TEST(AppLog, SendsItsRecordsToTheDebuggerWhenTheDirectoryCannotBeMade) {
     const ModuleLog log;
     std::ofstream(std::filesystem::path(log.path()) / "file") << "in the way";
     const ModuleSetting directory(L"LogDir", log.path() + L"\\file\\logs");
     const DebugOutputCapture output;
     { const AttachedModule module; }
-    EXPECT_GE(output.count(") NormalLogSeverityThreshold=warn"), 1U);
-    EXPECT_GE(output.count(") AppLog finalizing"), 1U);
+    // Both sinks are left out, and it is told of each.
+    EXPECT_EQ(output.count(" error  EarlyFailures "), 2U);
+    EXPECT_EQ(output.count("class JY::ApiErrorException, CreateDirectory: (0x"), 2U);
+    EXPECT_EQ(output.count(") NormalLogSeverityThreshold=warn\n"), 1U);
+    EXPECT_EQ(output.count(") AppLog finalizing\n"), 1U);
 }
+
+class OddLogDirectory : public testing::TestWithParam<std::wstring> {};
+
+TEST_P(OddLogDirectory, NeverKeepsTheModuleFromLoadingOrLogging) {
+    const DefaultLog defaultLog(L"%TEMP%\\JyMorvane\\Pictaro");
+    const DebugOutputCapture output;
+    const ModuleSetting directory(L"LogDir", GetParam());
+    { const AttachedModule module; }
+    EXPECT_EQ(output.count(") AppLog finalizing\n") + countIn(defaultLog.text(), ") AppLog finalizing\r\n"), 1U);
+}
+
+INSTANTIATE_TEST_SUITE_P(AppLog, OddLogDirectory,
+                         testing::Values(L"", L" ", L"NUL", L"\\\\.\\NUL", L"\\\\no-such-server\\share",
+                                         L"Q:\\no\\such\\drive", L"C:\\a*b", std::wstring(127, L'x') + L"|",
+                                         std::wstring(500, L'y'), L"C:\\%TEMP%\\%TEMP%"));
 
 // The files.
 
@@ -325,6 +355,39 @@ TEST(AppLog, KeepsTheDirectoryWithinTwiceTheRing) {
 }
 
 // Levels.
+
+TEST(AppLog, BudgetIsCountedInThirtyTwoBits) {
+    const ModuleLog log;
+    const std::filesystem::path kept = std::filesystem::path(log.path()) / "Budget-1-0.log";
+    std::ofstream(kept) << "one line";
+    constexpr std::uint32_t largest = 0x40000000;
+    AppLog::initialize(L"Budget", log.path(), largest, 4, 10); // twice this is 2 to the power of 33, which leaves 0
+    AppLog::finalize();
+    EXPECT_FALSE(std::filesystem::exists(kept));
+}
+
+TEST(AppLog, LevelIsSetBeforeItIsTold) {
+    const ModuleLog log;
+    const ModuleSetting level(L"LogLevel", 6);
+    {
+        const AttachedModule module;
+        AppLog::snapshot();
+    }
+    EXPECT_EQ(log.count("NormalLogSeverityThreshold="), 0U);
+    EXPECT_EQ(countIn(log.snapshotText(), ") NormalLogSeverityThreshold=fatal\r\n"), 1U);
+}
+
+TEST(AppLog, LevelOutsideTheTableIsTakenAsItStands) {
+    const ModuleLog log;
+    const ModuleSetting level(L"LogLevel", 7);
+    {
+        const AttachedModule module;
+        Log2::untraced().fatal(here()) << "below seven";
+        AppLog::snapshot();
+    }
+    EXPECT_EQ(log.count("below seven"), 0U);
+    EXPECT_EQ(countIn(log.snapshotText(), ") NormalLogSeverityThreshold=Unknown\r\n"), 1U);
+}
 
 TEST(AppLog, NormalLevelDecidesWhatReachesTheFiles) {
     const ModuleLog log;

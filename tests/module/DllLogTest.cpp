@@ -11,7 +11,9 @@
 #include <psapi.h>
 
 #include <array>
+#include <atomic>
 #include <bit>
+#include <cstddef>
 #include <cstdio>
 #include <filesystem>
 #include <gmock/gmock.h>
@@ -79,6 +81,9 @@ TEST(DllLog, RunsFromLoadToUnload) {
     const ModuleSetting level(L"LogLevel", 0);
     { const LoadedModule module; }
     const std::string text = log.text();
+    ASSERT_EQ(countIn(text, ") AppLog initialized. DirPath="), 1U);
+    ASSERT_EQ(countIn(text, ") onProcessAttach.\r\n"), 1U);
+    ASSERT_EQ(countIn(text, ") onProcessDetach.\r\n"), 1U);
     EXPECT_LT(text.find(") AppLog initialized. DirPath="), text.find(") onProcessAttach.\r\n"));
     EXPECT_LT(text.find(") onProcessAttach.\r\n"), text.find(") onProcessDetach.\r\n"));
     EXPECT_TRUE(text.ends_with(") AppLog finalizing\r\n"));
@@ -178,6 +183,32 @@ TEST(DllLog, EndOfTheProcessClosesTheLog) {
     EXPECT_TRUE(log.read("JyFlvSource-" + run.output + "-0.log").ends_with(") AppLog finalizing\r\n"));
 }
 
+TEST(DllLog, ProcessEndsWhileItsThreadsLog) {
+    const ModuleLog log;
+    const ModuleSetting level(L"LogLevel", 0);
+    for (int round = 0; round < 10; ++round) {
+        const ProgramRun run = runProgramBeside(L"module_driver.exe", {L"busy"});
+        EXPECT_EQ(run.status, 0U);
+        EXPECT_EQ(run.errors, "");
+        EXPECT_NE(run.output, "");
+    }
+}
+
+TEST(DllLog, VersionStandsInTheTableThatItIsLookedForIn) {
+    const LoadedModule module;
+    std::array<wchar_t, 4096> path{};
+    GetModuleFileNameW(GetModuleHandleW(L"JyFlvSource.dll"), path.data(), static_cast<DWORD>(path.size()));
+    std::vector<std::byte> block(GetFileVersionInfoSizeW(path.data(), nullptr));
+    ASSERT_TRUE(GetFileVersionInfoW(path.data(), 0, static_cast<DWORD>(block.size()), block.data()));
+    void* value = nullptr;
+    UINT size = 0;
+    EXPECT_TRUE(VerQueryValueW(block.data(), L"\\StringFileInfo\\041104b0\\FileVersion", &value, &size));
+    EXPECT_TRUE(VerQueryValueW(block.data(), L"\\VarFileInfo\\Translation", &value, &size));
+    ASSERT_EQ(size, 2 * sizeof(WORD));
+    EXPECT_EQ(static_cast<const WORD*>(value)[0], 0x0411);
+    EXPECT_EQ(static_cast<const WORD*>(value)[1], 0x04b0);
+}
+
 std::size_t privateBytes() {
     PROCESS_MEMORY_COUNTERS counters{};
     counters.cb = sizeof counters;
@@ -185,9 +216,8 @@ std::size_t privateBytes() {
     return counters.PagefileUsage;
 }
 
-/// Loads the library, has it throw and catch an exception, and unloads it.
-void useOnce(ClientCallback& callback) {
-    const LoadedModule module;
+/// Has the library throw and catch an exception on this thread.
+void provoke(const LoadedModule& module, ClientCallback& callback) {
     const auto handler = module.makeHandler();
     ClientState bytes; // in the place of a byte stream, which is not used
     EXPECT_EQ(handler->BeginCreateObject(reinterpret_cast<IMFByteStream*>(&bytes), L"no URL", MF_RESOLUTION_MEDIASOURCE,
@@ -195,17 +225,50 @@ void useOnce(ClientCallback& callback) {
               E_INVALIDARG);
 }
 
+/// A thread that throws in each load of the library and lives longer than all of them.
+class LongThread {
+public:
+    explicit LongThread(ClientCallback& callback)
+        : thread_([&, this](const std::stop_token& stop) {
+              while (!stop.stop_requested()) {
+                  if (const LoadedModule* const module = module_) {
+                      provoke(*module, callback);
+                      module_ = nullptr;
+                  }
+                  Sleep(0);
+              }
+          }) {}
+
+    /// Returns when the thread has thrown.
+    void provokeIn(const LoadedModule& module) {
+        module_ = &module;
+        while (module_ != nullptr) {
+            Sleep(0);
+        }
+    }
+
+private:
+    std::atomic<const LoadedModule*> module_ = nullptr;
+    std::jthread thread_;
+};
+
 TEST(DllLog, AThousandLoadsLeaveNothingBehind) {
     const ModuleLog log;
     ClientCallback callback;
+    LongThread otherThread(callback);
+    const auto useOnce = [&] {
+        const LoadedModule module;
+        provoke(module, callback);
+        otherThread.provokeIn(module);
+    };
     for (int warmUp = 0; warmUp < 50; ++warmUp) {
-        useOnce(callback);
+        useOnce();
     }
-    EXPECT_EQ(log.count("Exception caught. class JY::ApiErrorException, PathCreateFromUrl"), 50U);
+    EXPECT_EQ(log.count("Exception caught. class JY::ApiErrorException, PathCreateFromUrl"), 100U);
     const std::size_t handles = countOpenHandles();
     const std::size_t memory = privateBytes();
     for (int i = 0; i < 1000; ++i) {
-        useOnce(callback);
+        useOnce();
     }
     EXPECT_EQ(countOpenHandles(), handles);
     EXPECT_LT(privateBytes(), memory + 200'000); // 200 bytes a load

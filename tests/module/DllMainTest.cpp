@@ -4,6 +4,7 @@
 #include "tests/module/ModuleLog.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/ModuleSetting.h"
+#include "util/ErrorException.h"
 
 #include <windows.h>
 
@@ -14,11 +15,12 @@
 #include <utility>
 
 namespace {
-bool nextAllocationFails = false;
+unsigned allocationsUntilFailure = 0; // counted from 1; 0 for none
 }
 
 void* operator new(std::size_t size) {
-    void* const memory = std::exchange(nextAllocationFails, false) ? nullptr : std::malloc(size);
+    const bool fails = allocationsUntilFailure != 0 && --allocationsUntilFailure == 0;
+    void* const memory = fails ? nullptr : std::malloc(size);
     if (memory == nullptr) {
         throw std::bad_alloc();
     }
@@ -56,15 +58,50 @@ TEST(DllMain, RecordsAnUnknownReasonAsAnUnknownException) {
 
 TEST(DllMain, RecordsAnythingElseAsFatalWithASnapshot) {
     const LogCapture log;
-    nextAllocationFails = true; // the log directory's name
+    allocationsUntilFailure = 1; // the log directory's name
     EXPECT_TRUE(callDllMain(DLL_PROCESS_ATTACH));
-    EXPECT_FALSE(nextAllocationFails);
+    EXPECT_EQ(allocationsUntilFailure, 0U);
     ModuleUsageCounter::instance().setActions(nullptr, nullptr);
     const auto record = log.find("Unknown exception.");
     EXPECT_EQ(record.severity, Severity::fatal);
     EXPECT_EQ(record.message, "Unknown exception.");
     EXPECT_EQ(record.file, "dllmain");
     EXPECT_EQ(LogCapture::snapshots(), 1U);
+}
+
+TEST(DllMain, LoadsWhicheverAllocationFails) {
+    const ModuleLog log;
+    bool failed = true;
+    for (unsigned number = 1; failed; ++number) {
+        allocationsUntilFailure = number;
+        EXPECT_TRUE(callDllMain(DLL_PROCESS_ATTACH));
+        failed = std::exchange(allocationsUntilFailure, 0) == 0;
+        EXPECT_TRUE(callDllMain(DLL_PROCESS_DETACH));
+        ModuleUsageCounter::instance().setActions(nullptr, nullptr);
+        ASSERT_LT(number, 2000U);
+    }
+    EXPECT_FALSE(log.isHeld(logFileName(0)));
+}
+
+TEST(DllMain, FailureOfTheFirstObtainIsRecordedAndFailsTheFirstObject) {
+    const ModuleLog log;
+    const AttachedModule module;
+    const auto previous = ModuleInitializer::exchangePreparation([] {
+        throw ErrorException({"DllMainTest", 1}, "The preparation fails.");
+    });
+    for (int attempt = 1; attempt <= 2; ++attempt) {
+        void* factory = nullptr;
+        EXPECT_EQ(DllGetClassObject(CLSID_NULL, IID_IUnknown, &factory), E_FAIL);
+        EXPECT_EQ(factory, nullptr);
+        EXPECT_EQ(ModuleUsageCounter::instance().count(), 0U);
+    }
+    ModuleInitializer::exchangePreparation(previous);
+    EXPECT_EQ(log.count(" warn   ModuleInitializer "), 2U);
+    EXPECT_EQ(log.count("Exception caught. class JY::ErrorException, The preparation fails."), 2U);
+    EXPECT_EQ(log.count("Exception caught. class JY::ApiErrorException, initializeOnFirstObtain: (0x80004005;"), 2U);
+    void* factory = nullptr;
+    EXPECT_EQ(DllGetClassObject(CLSID_NULL, IID_IUnknown, &factory), S_OK);
+    static_cast<IUnknown*>(factory)->Release();
 }
 
 TEST(DllMain, RecordsWarningsAndMoreByDefault) {
@@ -93,6 +130,7 @@ TEST(DllMain, LoadsWithALevelThatCannotBeRead) {
         const ModuleSetting level(L"LogLevel", L"x");
         const AttachedModule module;
     }
+    EXPECT_EQ(log.count(" error  dllmain "), 1U);
     EXPECT_EQ(log.count("Type missmatch."), 1U);
     EXPECT_EQ(log.count(") NormalLogSeverityThreshold=warn\r\n"), 1U);
 }

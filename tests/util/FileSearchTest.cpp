@@ -72,7 +72,14 @@ TEST(FindFiles, LeavesFoldersOut) {
 TEST(FindFiles, GivesNothingForAFolderThatIsNotThere) {
     const TempFolder folder;
     EXPECT_THAT(findFiles(folder.path() + L"\\gone", L"*"), IsEmpty());
-    EXPECT_THAT(findFiles(L"", L"*.no-such-file"), IsEmpty());
+}
+
+TEST(FindFiles, NoFolderIsNotTheRootOfTheDrive) {
+    const std::wstring name = L"jy-test-" + std::to_wstring(GetCurrentProcessId()) + L".root";
+    makeFile(L"\\" + name, 1);
+    ASSERT_EQ(findFiles(L"\\.", name).size(), 1U);
+    EXPECT_THAT(findFiles(L"", name), IsEmpty());
+    DeleteFileW((L"\\" + name).c_str());
 }
 
 TEST(FindFiles, KeepsNoHandle) {

@@ -42,6 +42,10 @@ TEST(VersionResource, LooksForEachTextInBothTables) {
     EXPECT_EQ(fileVersionOf(L"version_shared_tables.dll"), L"second");
 }
 
+TEST(VersionResource, TextThatIsEmptyInTheUnicodeTableIsEmpty) {
+    EXPECT_EQ(fileVersionOf(L"version_empty_text.dll"), L"");
+}
+
 TEST(VersionResource, TextThatIsInNeitherTableIsEmpty) {
     EXPECT_EQ(fileVersionOf(L"version_foreign_table.dll"), L"");
     const LoadedLibrary module = load(L"version_both_tables.dll");
@@ -64,7 +68,7 @@ TEST(VersionResource, BlockThatCannotBeReadThrows) {
     const LoadedLibrary module = load(L"version_both_tables.dll");
     const ImportPatch<decltype(&GetFileVersionInfoW)> patch("GetFileVersionInfoW", &failsWithReadFault);
     EXPECT_EQ(thrownIn<JY::ApiErrorException>([&] { VersionResource{module.get()}; }),
-              "GetFileVersionInfo: (0x1e) @JYWin32");
+              "GetFileVersionInfo: (0x1e) @VersionResource");
 }
 
 } // namespace
