@@ -1,4 +1,5 @@
 #include "com/ModuleUsageCounter.h"
+#include "module/ClassId.h"
 #include "module/ModuleInitializer.h"
 #include "tests/module/AttachedModule.h"
 #include "tests/module/ModuleLog.h"
@@ -6,6 +7,7 @@
 #include "tests/support/ModuleSetting.h"
 #include "util/ErrorException.h"
 
+#include <objbase.h>
 #include <windows.h>
 
 #include <cstdlib>
@@ -91,7 +93,7 @@ TEST(DllMain, FailureOfTheFirstObtainIsRecordedAndFailsTheFirstObject) {
     });
     for (int attempt = 1; attempt <= 2; ++attempt) {
         void* factory = nullptr;
-        EXPECT_EQ(DllGetClassObject(CLSID_NULL, IID_IUnknown, &factory), E_FAIL);
+        EXPECT_EQ(DllGetClassObject(Fs::CLSID_FlvByteStreamHandler, IID_IUnknown, &factory), E_FAIL);
         EXPECT_EQ(factory, nullptr);
         EXPECT_EQ(ModuleUsageCounter::instance().count(), 0U);
     }
@@ -100,7 +102,7 @@ TEST(DllMain, FailureOfTheFirstObtainIsRecordedAndFailsTheFirstObject) {
     EXPECT_EQ(log.count("Exception caught. class JY::ErrorException, The preparation fails."), 2U);
     EXPECT_EQ(log.count("Exception caught. class JY::ApiErrorException, initializeOnFirstObtain: (0x80004005;"), 2U);
     void* factory = nullptr;
-    EXPECT_EQ(DllGetClassObject(CLSID_NULL, IID_IUnknown, &factory), S_OK);
+    EXPECT_EQ(DllGetClassObject(Fs::CLSID_FlvByteStreamHandler, IID_IUnknown, &factory), S_OK);
     static_cast<IUnknown*>(factory)->Release();
 }
 

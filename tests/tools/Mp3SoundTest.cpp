@@ -23,6 +23,7 @@ using Test::Bytes;
 using Test::FlvBuilder;
 using Test::join;
 using Test::MetaData;
+using Test::TempFile;
 
 enum class Packing {
     byFfmpeg,
@@ -130,7 +131,7 @@ protected:
 
     Session session;
     TestFilm film{GetParam().name};
-    Test::TempFile built;
+    TempFile built;
     std::wstring path;
     std::vector<LONGLONG> times; ///< of the tags
 };
