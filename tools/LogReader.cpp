@@ -57,11 +57,20 @@ void LogReader::findFiles() {
     }
 }
 
+/// The newest file of a ring first: when its writer moves on meanwhile, what it still wrote to the file before is read,
+/// too, and nothing is shown ahead of it.
 void LogReader::readFiles() {
     for (const auto& [key, paths] : paths_) {
-        for (const auto& [index, path] : paths) {
-            readFile(path, rings_.at(key).files.at(index));
-        }
+        Ring& ring = rings_.at(key);
+        const auto current = ring.current ? paths.lower_bound(*ring.current) : paths.begin();
+        const auto readBackwards = [&](auto begin, auto end) {
+            while (end != begin) {
+                --end;
+                readFile(end->second, ring.files.at(end->first));
+            }
+        };
+        readBackwards(paths.begin(), current);
+        readBackwards(current, paths.end());
     }
 }
 
