@@ -13,11 +13,10 @@ namespace {
 
 /// When a file was begun, by what has been read of it from the beginning on. The first records of a snapshot's file can
 /// be far older than the file, so its marks tell.
-std::optional<LogTime> timeOf(const LogGrowth& growth, bool snapshots) {
-    const auto found = std::ranges::find_if(growth.records, [&](const LogRecord& record) {
-        return !snapshots || SnapshotMarker::read(record.text).has_value();
-    });
-    return found == growth.records.end() ? std::nullopt : std::optional(found->head.time);
+std::optional<LogTime> timeOf(const std::vector<LogRecord>& records, bool snapshots) {
+    const auto found = std::ranges::find_if(
+        records, [&](const LogRecord& record) { return !snapshots || SnapshotMarker::read(record.text).has_value(); });
+    return found == records.end() ? std::nullopt : std::optional(found->head.time);
 }
 
 } // namespace
@@ -26,13 +25,11 @@ LogReader::LogReader(LogSelection selection, std::function<void(const std::strin
     : selection_(std::move(selection)), tell_(std::move(tell)) {}
 
 std::vector<LogRecord> LogReader::read() {
-    findFiles();
     readFiles();
     return take();
 }
 
 std::vector<LogRecord> LogReader::readToEnd() {
-    findFiles();
     readFiles();
     finishFiles();
     return take();
@@ -43,32 +40,58 @@ bool LogReader::isWanted(const LogRingKey& key) const {
     return wanted.empty() || (key.process && std::ranges::find(wanted, *key.process) != wanted.end());
 }
 
-/// What is gone is forgotten, so that a file of the same name is read from its beginning.
-void LogReader::findFiles() {
+/// Once more when new files have come meanwhile: a ring can have gone on in them, and from the last of them to the
+/// first file, which had been read by then.
+void LogReader::readFiles() {
+    findFiles();
+    forgetMissingFiles();
+    do {
+        forEachFile([&](const std::wstring& path, File& file) { readFile(path, file); });
+    } while (findFiles());
+}
+
+bool LogReader::findFiles() {
     paths_ = findLogs(selection_.paths, selection_.kinds);
     std::erase_if(paths_, [&](const auto& ring) { return !isWanted(ring.first); });
-    std::erase_if(rings_, [&](const auto& ring) { return !paths_.contains(ring.first); });
+    bool foundNew = false;
     for (const auto& [key, paths] : paths_) {
-        Ring& ring = rings_[key];
-        std::erase_if(ring.files, [&, &present = paths](const auto& file) { return !present.contains(file.first); });
         for (const auto& [index, path] : paths) {
-            ring.files.try_emplace(index, path);
+            foundNew = rings_[key].files.try_emplace(index, path).second || foundNew;
         }
+    }
+    return foundNew;
+}
+
+/// So that a file of the same name is read from its beginning.
+void LogReader::forgetMissingFiles() {
+    std::erase_if(rings_, [&](const auto& ring) { return !paths_.contains(ring.first); });
+    for (auto& [key, ring] : rings_) {
+        const auto& present = paths_.at(key);
+        std::erase_if(ring.files, [&](const auto& file) { return !present.contains(file.first); });
     }
 }
 
-void LogReader::readFiles() {
+/// The newest file of a ring first: when its writer moves on meanwhile, what it still wrote to the file before is read,
+/// too, and nothing is shown ahead of it.
+void LogReader::forEachFile(const std::function<void(const std::wstring&, File&)>& body) {
     for (const auto& [key, paths] : paths_) {
-        for (const auto& [index, path] : paths) {
-            readFile(path, rings_.at(key).files.at(index));
-        }
+        Ring& ring = rings_.at(key);
+        const auto current = ring.current ? paths.lower_bound(*ring.current) : paths.begin();
+        const auto backwards = [&](auto begin, auto end) {
+            while (end != begin) {
+                --end;
+                body(end->second, ring.files.at(end->first));
+            }
+        };
+        backwards(paths.begin(), current);
+        backwards(current, paths.end());
     }
 }
 
 void LogReader::readFile(const std::wstring& path, File& file) {
-    file.growth = {};
+    LogGrowth growth;
     try {
-        file.growth = file.tail.read();
+        growth = file.tail.read();
         file.failed = false;
     } catch (const Failure& failure) {
         if (!file.failed) {
@@ -77,32 +100,28 @@ void LogReader::readFile(const std::wstring& path, File& file) {
         file.failed = true;
         failed_ = true;
     }
-    if (file.growth.leadIn != 0) {
-        tell_(toUtf8(path) + ": the first " + std::to_string(file.growth.leadIn) + " bytes belong to no record");
+    if (growth.leadIn != 0) {
+        tell_(toUtf8(path) + ": the first " + std::to_string(growth.leadIn) + " bytes belong to no record");
     }
+    std::ranges::move(growth.records, std::back_inserter(file.records));
+    file.unfinished = std::move(growth.unfinished);
 }
 
 void LogReader::finishFiles() {
-    for (const auto& [key, paths] : paths_) {
-        for (const auto& [index, path] : paths) {
-            finishFile(path, rings_.at(key).files.at(index));
-        }
-    }
+    forEachFile([&](const std::wstring& path, File& file) { finishFile(path, file); });
 }
 
 void LogReader::finishFile(const std::wstring& path, File& file) {
-    LogGrowth& growth = file.growth;
-    if (growth.unfinished.empty()) {
+    if (file.unfinished.empty()) {
         return;
     }
-    const auto head = readLogHead(growth.unfinished);
-    if (!head && growth.records.empty()) {
-        tell_(toUtf8(path) + ": the last " + std::to_string(growth.unfinished.size()) + " bytes belong to no record");
+    const auto head = readLogHead(file.unfinished);
+    if (!head && file.records.empty()) {
+        tell_(toUtf8(path) + ": the last " + std::to_string(file.unfinished.size()) + " bytes belong to no record");
         return;
     }
     tell_(toUtf8(path) + ": the last record is not complete");
-    const std::string text = growth.unfinished.append(logLineEnd);
-    growth.records.push_back({head ? *head : growth.records.back().head, text, !head});
+    file.records.push_back({head ? *head : file.records.back().head, file.unfinished.append(logLineEnd), !head});
 }
 
 std::vector<LogRecord> LogReader::take() {
@@ -121,7 +140,7 @@ std::vector<LogRecord> LogReader::take() {
 void LogReader::takeRing(bool snapshots, Ring& ring, std::vector<Placed>& records) const {
     std::vector<std::optional<LogTime>> times;
     for (const auto& [index, file] : ring.files) {
-        times.push_back(timeOf(file.growth, snapshots));
+        times.push_back(timeOf(file.records, snapshots));
     }
     auto next = ring.current ? ring.files.lower_bound(*ring.current)
                              : std::next(ring.files.begin(), static_cast<std::ptrdiff_t>(oldestInRing(times)));
@@ -129,7 +148,7 @@ void LogReader::takeRing(bool snapshots, Ring& ring, std::vector<Placed>& record
     for (std::size_t count = 0; count < times.size(); ++count, ++next) {
         next = next == ring.files.end() ? ring.files.begin() : next;
         auto& [index, file] = *next;
-        if (file.growth.records.empty()) {
+        if (file.records.empty()) {
             continue;
         }
         ring.current = index;
@@ -140,13 +159,14 @@ void LogReader::takeRing(bool snapshots, Ring& ring, std::vector<Placed>& record
 }
 
 void LogReader::takeFile(File& file, std::vector<Placed>& records) const {
-    for (LogRecord& record : file.growth.records) {
+    for (LogRecord& record : file.records) {
         file.latest = std::max(file.latest, record.head.time);
         file.shown = record.more ? file.shown : selection_.filter.accepts(record);
         if (file.shown) {
             records.push_back({file.latest, std::move(record)});
         }
     }
+    file.records.clear();
 }
 
 } // namespace JY::Tools

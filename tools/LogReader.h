@@ -45,7 +45,9 @@ private:
         explicit File(const std::wstring& path) : tail(path) {}
 
         LogTail tail;
-        LogGrowth growth;
+        /// What has been read and is not yet taken.
+        std::vector<LogRecord> records;
+        std::string unfinished;
         /// The latest time in it so far.
         LogTime latest = LogTime::min();
         /// Whether the last record was wanted.
@@ -65,8 +67,11 @@ private:
     };
 
     bool isWanted(const LogRingKey& key) const;
-    void findFiles();
     void readFiles();
+    /// Whether there are new ones.
+    bool findFiles();
+    void forgetMissingFiles();
+    void forEachFile(const std::function<void(const std::wstring&, File&)>& body);
     void readFile(const std::wstring& path, File& file);
     void finishFiles();
     void finishFile(const std::wstring& path, File& file);

@@ -270,7 +270,10 @@ TEST_F(LogReaderOfAFolder, GetsEveryRecordFromAWriterInARingAndDoesNotDisturbIt)
     for (unsigned number = 0; number < count; ++number) {
         wanted += recordText(message(number), headAt(number));
     }
-    EXPECT_TRUE(read == wanted) << read.size() << " bytes instead of " << wanted.size();
+    const auto difference = static_cast<std::size_t>(std::ranges::mismatch(read, wanted).in1 - read.begin());
+    EXPECT_TRUE(read == wanted) << read.size() << " bytes instead of " << wanted.size() << ", and from byte "
+                                << difference << " on\n"
+                                << read.substr(difference - std::min<std::size_t>(difference, 200), 400);
     EXPECT_EQ(failures, 0U);
     EXPECT_THAT(remarks, IsEmpty());
 }
