@@ -27,7 +27,6 @@ private:
     void readAacSequenceHeader(Stream& reader, StreamSource& source, FlvStream& stream, const FlvTag& tag,
                                const FlvAudioTag& header);
     void parseAudioSpecificConfig(Stream& reader, const FlvTag& tag);
-    void readAacHeader(Stream& reader);
     Microsoft::WRL::ComPtr<IMFMediaType> createAacMediaType(StreamSource& source, const FlvAudioTag& header) const;
     void readAacRawData(Stream& reader, StreamSource& source, FlvStream& stream, const FlvTag& tag);
 

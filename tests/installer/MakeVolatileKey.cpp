@@ -7,8 +7,11 @@
 
 int wmain(int count, wchar_t** arguments) {
     JY::RegistryHandle key;
-    return count == 2 && RegCreateKeyExW(HKEY_LOCAL_MACHINE, arguments[1], 0, nullptr, REG_OPTION_VOLATILE, KEY_WRITE,
-                                         nullptr, key.put(), nullptr) == ERROR_SUCCESS
+    DWORD disposition = 0;
+    return count == 2 &&
+                   RegCreateKeyExW(HKEY_LOCAL_MACHINE, arguments[1], 0, nullptr, REG_OPTION_VOLATILE, KEY_WRITE,
+                                   nullptr, key.put(), &disposition) == ERROR_SUCCESS &&
+                   disposition == REG_CREATED_NEW_KEY
                ? 0
                : 1;
 }

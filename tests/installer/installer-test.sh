@@ -1,9 +1,10 @@
 #!/usr/bin/env bash
-# installer-test.sh PROGRAMS WXS FILM: builds the installer of the programs in the folder PROGRAMS in an older and a newer
-# version, and has Wine install, use, upgrade and remove them. A prefix of its own shows what is left behind.
+# installer-test.sh PROGRAMS FILE_VERSION WXS FILM: builds the installer of the programs in the folder PROGRAMS in an
+# older and a newer version, and has Wine install, use, upgrade and remove them. A prefix of its own shows what is left
+# behind.
 set -euo pipefail
 
-programs=$(realpath "$1") source=$(realpath "$2") film=$(realpath "$3")
+programs=$(realpath "$1") file_version=$2 source=$(realpath "$3") film=$(realpath "$4")
 root=$(realpath "$(dirname "${BASH_SOURCE[0]}")/../..")
 work=$(mktemp -d)
 export JY_WINE_PREFIX=$programs/../installer-prefix
@@ -21,7 +22,15 @@ wine() { JY_WINE_TIME_LIMIT=60 "$root/scripts/wine.sh" "$@"; }
 windows_path() { printf 'Z:%s' "${1//\//\\}"; }
 
 # package VERSION: the installer of a version, in the work folder.
-package() { (cd "$programs" && "$root/installer/package.sh" "$1" "$source" "$work/$1.msi"); }
+package() { (cd "$programs" && "$root/installer/package.sh" "$1" "$file_version" "$source" "$work/$1.msi"); }
+
+# msiexec OPTION VERSION: its status, which is the low byte of the installer's code.
+msiexec() {
+    local status=0
+    wine msiexec "$1" "$(windows_path "$work/$2.msi")" /qn || status=$?
+    echo "$status"
+}
+install_failure=$((1603 & 255))
 
 installed=$WINEPREFIX/drive_c/Program\ Files/JyMorvane/JyFlvSource
 class_key='HKLM\Software\Classes\CLSID\{0d96ad9a-8e7b-4898-9502-e5be5a5d4890}'
@@ -39,8 +48,10 @@ count_products() {
 snapshot() {
     {
         (cd "$WINEPREFIX/drive_c" && find 'Program Files' | sort)
-        for key in 'HKLM\Software\Classes\CLSID' 'HKLM\Software\Microsoft\Windows Media Foundation' \
-            'HKLM\Software\JyMorvane' 'HKLM\Software\Microsoft\Windows\CurrentVersion\Uninstall'; do
+        wine reg query 'HKLM\Software\Classes\CLSID' /s
+        # These need not be there.
+        for key in 'HKLM\Software\Microsoft\Windows Media Foundation' 'HKLM\Software\JyMorvane' \
+            'HKLM\Software\Microsoft\Windows\CurrentVersion\Uninstall'; do
             wine reg query "$key" /s 2>&1 || true
         done
     } >"$1"
@@ -62,57 +73,79 @@ expect_installed() {
     for file in JyFlvSource.dll flvinfo.exe flvthumb.exe flvlog.exe; do
         cmp "$installed/$file" "$programs/$file" || fail "$file is not installed as built"
     done
-    wine reg query "$class_key\\InprocServer32" /ve | grep -q 'C:\\Program Files\\JyMorvane\\JyFlvSource\\JyFlvSource.dll' ||
+    has_key "$class_key\\InprocServer32" || fail "the class is not registered"
+    grep -q 'C:\\Program Files\\JyMorvane\\JyFlvSource\\JyFlvSource.dll' "$work/query" ||
         fail "the class is not that of the installed module"
     has_handler || fail "the handler is not registered"
     [[ $(count_products) -eq 1 ]] || fail "there are $(count_products) products"
 }
 
 test_refuses_32_bit() {
-    msiinfo suminfo "$work/2.0.0.msi" | grep -q '^Template: x64;' || fail "the package is not for 64-bit systems only"
-    msiinfo export "$work/2.0.0.msi" LaunchCondition | grep -q '^VersionNT64' || fail "a 32-bit system is not refused"
+    msiinfo suminfo "$work/2.0.0.msi" | grep '^Template: x64;' || fail "the package is not for 64-bit systems only"
+    msiinfo export "$work/2.0.0.msi" LaunchCondition | grep '^VersionNT64' || fail "a 32-bit system is not refused"
+}
+
+test_knows_the_versions_of_its_files() {
+    local known
+    known=$(msiinfo export "$work/2.0.0.msi" File | awk -F '\t' 'NR > 3 { print $5, $6 }' | sort -u)
+    [[ $known == "$file_version 1041" ]] || fail "the files' versions are '$known'"
+    if msiinfo export "$work/2.0.0.msi" MsiFileHash | grep -E 'dll|exe'; then
+        fail "a file with a version has a hash, too"
+    fi
 }
 
 test_installs_and_removes() {
-    wine msiexec /i "$(windows_path "$work/2.0.0.msi")" /qn || fail "msiexec cannot install"
+    [[ $(msiexec /i 2.0.0) -eq 0 ]] || fail "msiexec cannot install"
     expect_installed
     expect_film_opens
-    wine msiexec /x "$(windows_path "$work/2.0.0.msi")" /qn || fail "msiexec cannot remove"
+    [[ $(msiexec /x 2.0.0) -eq 0 ]] || fail "msiexec cannot remove"
     expect_nothing_left "removing"
 }
 
 test_upgrades_in_place() {
-    wine msiexec /i "$(windows_path "$work/1.0.0.msi")" /qn || fail "the older version cannot be installed"
+    [[ $(msiexec /i 1.0.0) -eq 0 ]] || fail "the older version cannot be installed"
     expect_installed
-    wine msiexec /i "$(windows_path "$work/2.0.0.msi")" /qn || fail "the newer version cannot be installed"
+    [[ $(msiexec /i 2.0.0) -eq 0 ]] || fail "the newer version cannot be installed"
     expect_installed
     expect_film_opens
-    if wine msiexec /i "$(windows_path "$work/1.0.0.msi")" /qn; then
-        fail "the newer version is replaced by the older"
-    fi
+    [[ $(msiexec /i 1.0.0) -ne 0 ]] || fail "the newer version is replaced by the older"
     expect_installed
-    wine msiexec /x "$(windows_path "$work/2.0.0.msi")" /qn || fail "the newer version cannot be removed"
+    mv "$work/2.0.0.msi" "$work/first.msi"
+    package 2.0.0
+    [[ $(msiexec /i 2.0.0) -eq 0 ]] || fail "another build of the same version cannot be installed"
+    expect_installed
+    [[ $(msiexec /x 2.0.0) -eq 0 ]] || fail "the newer version cannot be removed"
     expect_nothing_left "removing an upgraded version"
+}
+
+test_removes_a_damaged_installation() {
+    [[ $(msiexec /i 2.0.0) -eq 0 ]] || fail "msiexec cannot install"
+    rm "$installed/JyFlvSource.dll"
+    [[ $(msiexec /x 2.0.0) -eq 0 ]] || fail "what has lost its module cannot be removed"
+    expect_nothing_left "removing what has lost its module"
 }
 
 # A key that lives until the next start of the system only can have no lasting keys below it.
 test_rolls_back_when_registration_fails() {
     wine "$programs/make_volatile_key.exe" 'Software\Classes\CLSID\{0d96ad9a-8e7b-4898-9502-e5be5a5d4890}' ||
         fail "the key cannot be made"
-    if wine msiexec /i "$(windows_path "$work/2.0.0.msi")" /qn; then
-        fail "an installation that cannot register succeeds"
+    [[ $(msiexec /i 2.0.0) -eq $install_failure ]] || fail "an installation that cannot register does not fail"
+    if has_key "$class_key"; then
+        fail "what the module has registered before it failed stays"
     fi
-    wine reg delete "$class_key" /f >"$work/query" 2>&1 || true
     expect_nothing_left "an installation that failed"
 }
 
+# A run that failed may have left anything.
+[[ -e $WINEPREFIX/clean ]] || rm -rf "$WINEPREFIX"
 wine_prefix_ready || fail "there is no Wine prefix"
-# The module's unregistration leaves the handlers' key, which other handlers share; on Windows it is always there.
-wine reg add "$handler_key" /f >"$work/query"
+rm -f "$WINEPREFIX/clean"
 package 1.0.0
 package 2.0.0
 snapshot "$work/before"
-for test in test_refuses_32_bit test_installs_and_removes test_upgrades_in_place test_rolls_back_when_registration_fails; do
+for test in test_refuses_32_bit test_knows_the_versions_of_its_files test_installs_and_removes test_upgrades_in_place \
+    test_removes_a_damaged_installation test_rolls_back_when_registration_fails; do
     "$test"
     echo "passed: $test"
 done
+touch "$WINEPREFIX/clean"

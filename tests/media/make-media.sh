@@ -84,7 +84,10 @@ decoded() { ffmpeg -nostdin -v error -i "$1" -map 0:a -f md5 -; }
 # frames NAME: NAME.mp3, the sound of NAME.flv.
 frames() {
     ffmpeg -nostdin -v error -y -i "$folder/$1.flv" -map 0:a -c copy "${bare[@]}" "$folder/$1.mp3"
-    [[ $(decoded "$folder/$1.flv") == "$(decoded "$folder/$1.mp3")" ]] || {
+    local film sound
+    film=$(decoded "$folder/$1.flv")
+    sound=$(decoded "$folder/$1.mp3")
+    [[ -n $film && $film == "$sound" ]] || {
         echo "$1.mp3 does not decode to what $1.flv decodes to." >&2
         exit 1
     }

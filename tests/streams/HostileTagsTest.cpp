@@ -48,6 +48,15 @@ protected:
         return taken.bytes;
     }
 
+    /// Streams that know nothing of the tags before.
+    void makeStreamsAnew() {
+        parser.clearHandler();
+        audio = createStream<FlvAudioStream>();
+        video = createStream<FlvVideoStream>();
+        parser.addHandler(*audio.Get());
+        parser.addHandler(*video.Get());
+    }
+
     ComPtr<FlvAudioStream> audio = createStream<FlvAudioStream>();
     ComPtr<FlvVideoStream> video = createStream<FlvVideoStream>();
 };
@@ -170,8 +179,53 @@ TEST_F(HostileTagsTest, EndInAnExceptionOfTheModuleWhateverTheirBytesAre) {
         audio->purgeSamples();
         video->purgeSamples();
     }
-    EXPECT_EQ(readAll(whole), "nothing was thrown") << "the streams must go on after bad tags";
+    // An MP3 handler stays for AAC tags, so that these may end in an exception now.
+    const Bytes good = FlvBuilder().avcSequenceHeader(0).avcNalus(0, FlvBuilder::key, {slice}).mp3(0, mp3Frame).build();
+    EXPECT_EQ(readAll(good), "nothing was thrown") << "the streams must go on after bad tags";
     EXPECT_EQ(video->RequestSample(nullptr), S_OK);
+}
+
+TEST_F(HostileTagsTest, EndInAnExceptionOfTheModuleWhateverTheFirstFrameHeaderIs) {
+    std::mt19937 random(20240301);
+    const Bytes whole = FlvBuilder().mp3(0, join({{0, 0xFF, 0x1F}, mp3Frame})).mp3(26, mp3Frame).build();
+    unsigned described = 0;
+    for (int round = 0; round < 2000; ++round) {
+        Bytes file = whole;
+        for (int change = 0; change < 3; ++change) {
+            file[9 + random() % (file.size() - 9)] = static_cast<std::uint8_t>(random());
+        }
+        makeStreamsAnew();
+        parser.open(file);
+        try {
+            while (parser.readOneTag()) {
+            }
+        } catch (const Exception&) {
+        }
+        described += audio->hasStreamDescriptor() ? 1 : 0;
+    }
+    EXPECT_GT(described, 0U);
+    EXPECT_LT(described, 2000U);
+    makeStreamsAnew();
+    EXPECT_EQ(readAll(whole), "nothing was thrown");
+}
+
+TEST_F(HostileTagsTest, EndInAnErrorOrTheEndOfTheFileWhereverMp3IsCut) {
+    const Bytes whole = FlvBuilder().mp3(0, join({{0, 0xFF, 0x1F}, mp3Frame})).mp3(26, mp3Frame).build();
+    for (std::size_t size = 9; size < whole.size(); ++size) {
+        makeStreamsAnew();
+        const std::string outcome = readAll(firstBytes(whole, size));
+        EXPECT_TRUE(outcome == "nothing was thrown" || outcome.starts_with("Too short") ||
+                    outcome.starts_with("Parse error."))
+            << size << ": " << outcome;
+    }
+}
+
+TEST_F(HostileTagsTest, GiveNoBytesOfTheNextTagToAnMp3Sample) {
+    parser.open(FlvBuilder().withDataSize(1 + 5).mp3(0, mp3Frame).build());
+    parser.readOneTag();
+    parser.open(FlvBuilder().onMetaData().build());
+    ASSERT_EQ(audio->RequestSample(nullptr), S_OK);
+    EXPECT_EQ(contentOf(*sampleOf(*nextEvent(*audio.Get()).Get()).Get()).bytes, firstBytes(mp3Frame, 5));
 }
 
 } // namespace

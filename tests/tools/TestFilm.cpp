@@ -1,5 +1,6 @@
 #include "tests/tools/TestFilm.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <fstream>
@@ -67,10 +68,6 @@ std::vector<std::uint8_t> TestFilm::soundFrames() const {
     return {std::istreambuf_iterator<char>(frames), {}};
 }
 
-bool TestFilm::repeatsFirstFrame() const {
-    return std::filesystem::exists(file(".mp3")) && !videoPackets().empty();
-}
-
 std::vector<ProbedPacket> TestFilm::packets() const {
     std::ifstream rows = openFile(file(".packets.csv"));
     std::vector<ProbedPacket> result;
@@ -86,6 +83,24 @@ std::vector<ProbedPacket> TestFilm::audioPackets() const {
 
 std::vector<ProbedPacket> TestFilm::videoPackets() const {
     return onlyOf(true, packets());
+}
+
+std::vector<ProbedPacket> TestFilm::playedAudio() const {
+    return onlyOf(false, playedPackets());
+}
+
+std::vector<ProbedPacket> TestFilm::playedVideo() const {
+    return onlyOf(true, playedPackets());
+}
+
+std::vector<ProbedPacket> TestFilm::playedPackets() const {
+    std::vector<ProbedPacket> result = packets();
+    if (std::filesystem::exists(file(".mp3")) && !videoPackets().empty()) {
+        const auto firstSound = std::ranges::find(result, false, &ProbedPacket::video);
+        const std::vector<ProbedPacket> readTwice(result.begin(), firstSound + 1);
+        result.insert(result.begin(), readTwice.begin(), readTwice.end());
+    }
+    return result;
 }
 
 std::vector<LONGLONG> TestFilm::pictureTimes() const {

@@ -30,19 +30,22 @@ public:
     std::wstring path() const { return file(".flv").wstring(); }
     /// The frames of its MP3 sound, one behind the other.
     std::vector<std::uint8_t> soundFrames() const;
-    /// Whether its first frame of sound is played twice. MP3 has no header of its own: the first frame is read, and
-    /// kept, to describe the sound, and read again when playing goes back to the first key frame for the pictures.
-    bool repeatsFirstFrame() const;
     /// In the order of the file.
     std::vector<ProbedPacket> packets() const;
     std::vector<ProbedPacket> audioPackets() const;
     std::vector<ProbedPacket> videoPackets() const;
+    /// The packets as they are played. MP3 has no header of its own: the first frame, and what comes before it, is
+    /// read, and kept, to describe the sound, and read again when playing goes back to the first key frame for the
+    /// pictures.
+    std::vector<ProbedPacket> playedAudio() const;
+    std::vector<ProbedPacket> playedVideo() const;
     /// The times of all pictures in their order, in milliseconds.
     std::vector<LONGLONG> pictureTimes() const;
     /// The picture to be seen at a time, "2.000" seconds. Its size is not in the file.
     Picture pictureAt(const std::string& seconds, unsigned width, unsigned height) const;
 
 private:
+    std::vector<ProbedPacket> playedPackets() const;
     std::filesystem::path file(const std::string& ending) const;
 
     std::string name_;
