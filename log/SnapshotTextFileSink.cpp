@@ -16,7 +16,7 @@ constexpr SourceFile here{"SnapshotTextFileSink"};
 /// Puts a calculator into its place for as long as the scope lasts.
 class CalculatorScope {
 public:
-    CalculatorScope(Sha1Calculator*& place, Sha1Calculator& calculator) : place_(place) { place_ = &calculator; }
+    CalculatorScope(Sha1Calculator*& place, Sha1Calculator& calculator) : place_(place) { place = &calculator; }
     CalculatorScope(const CalculatorScope&) = delete;
     CalculatorScope& operator=(const CalculatorScope&) = delete;
     ~CalculatorScope() { place_ = nullptr; }
