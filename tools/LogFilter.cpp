@@ -16,7 +16,7 @@ bool sameLetter(char one, char other) {
 }
 
 bool contains(std::string_view text, std::string_view word) {
-    return word.empty() || !std::ranges::search(text, word, sameLetter).empty();
+    return std::search(text.begin(), text.end(), word.begin(), word.end(), sameLetter) != text.end() || word.empty();
 }
 
 /// Names are told apart by what the log shows of them.

@@ -5,6 +5,7 @@
 #include <shlobj.h>
 #include <windows.h>
 
+#include <cwchar>
 #include <memory>
 #include <optional>
 #include <string_view>
@@ -47,7 +48,8 @@ std::wstring lowIntegrityFolder() {
 std::wstring expandEnvironment(const std::wstring& text) {
     std::wstring result(ExpandEnvironmentStringsW(text.c_str(), nullptr, 0), L'\0');
     ExpandEnvironmentStringsW(text.c_str(), result.data(), static_cast<DWORD>(result.size()));
-    return result.c_str();
+    result.resize(std::wcslen(result.c_str()));
+    return result;
 }
 
 /// As the module does it with its log folder.

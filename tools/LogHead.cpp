@@ -85,7 +85,7 @@ private:
         const std::string_view rest = text_.substr(std::min(position_, text_.size()));
         const std::string_view name = take(std::max(severityColumns, std::min(rest.find(' '), rest.size())));
         const auto severity = severityNamed(name.substr(0, name.find(' ')));
-        if (!severity || name.find_first_not_of(' ', std::min(name.find(' '), name.size())) != name.npos) {
+        if (!severity || name.find_first_not_of(' ', std::min(name.find(' '), name.size())) != std::string_view::npos) {
             refused();
         }
         return severity.value_or(LogSeverity::unknown);

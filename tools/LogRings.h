@@ -19,6 +19,7 @@ struct LogRingKey {
     std::optional<DWORD> process;
     bool snapshots = false;
 
+    // NOLINTNEXTLINE(modernize-use-nullptr): takes the comparison with zero for one with a pointer
     auto operator<=>(const LogRingKey&) const = default;
 };
 

@@ -40,7 +40,7 @@ void LogTail::startAnew() {
     last_.reset();
 }
 
-LogGrowth LogTail::take(std::string content) {
+LogGrowth LogTail::take(const std::string& content) {
     LogGrowth growth;
     const std::size_t size = wholeLines(content);
     const std::string_view taken = std::string_view(content).substr(0, size);

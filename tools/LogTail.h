@@ -32,7 +32,7 @@ public:
 private:
     bool goesOn(const LogFile& file) const;
     void startAnew();
-    LogGrowth take(std::string content);
+    LogGrowth take(const std::string& content);
     void remember(std::string_view taken);
 
     std::wstring path_;

@@ -69,8 +69,8 @@ private:
             times.push_back(marks.empty() ? std::nullopt : std::optional(marks.front().marker.head.time));
         }
         const auto oldest = static_cast<std::ptrdiff_t>(oldestInRing(times));
-        std::ranges::rotate(ring.paths, ring.paths.begin() + oldest);
-        std::ranges::rotate(ring.contents, ring.contents.begin() + oldest);
+        std::rotate(ring.paths.begin(), ring.paths.begin() + oldest, ring.paths.end());
+        std::rotate(ring.contents.begin(), ring.contents.begin() + oldest, ring.contents.end());
         return ring;
     }
 
