@@ -1,10 +1,11 @@
 #pragma once
 
 #include <windows.h>
+// wincrypt.h needs the types of windows.h.
+#include <wincrypt.h>
 
 #include <array>
 #include <cstdint>
-#include <wincrypt.h>
 
 namespace JY {
 
