@@ -10,7 +10,9 @@ namespace JY::Tools {
 namespace {
 
 constexpr std::size_t largestRead = 1 << 20;
-constexpr DWORD shareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+/// Not deleting: a file that is deleted while it is read keeps its name until the reader is done, and its writer could
+/// not begin it anew. The module's eraser passes over a file in use.
+constexpr DWORD share = FILE_SHARE_READ | FILE_SHARE_WRITE;
 
 Failure lastFailure(const std::string& what) {
     return Failure(HRESULT_FROM_WIN32(GetLastError()), what);
@@ -20,7 +22,7 @@ Failure lastFailure(const std::string& what) {
 
 std::optional<LogFile> LogFile::open(const std::wstring& path) {
     const HANDLE handle =
-        CreateFileW(path.c_str(), GENERIC_READ, shareAll, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+        CreateFileW(path.c_str(), GENERIC_READ, share, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
     if (handle != INVALID_HANDLE_VALUE) {
         return LogFile(handle);
     }

@@ -150,6 +150,15 @@ TEST_F(LogTailOfAFile, DoesNotKeepTheWriterFromItsFile) {
         EXPECT_NE(writer, INVALID_HANDLE_VALUE) << disposition;
         CloseHandle(writer);
     }
+}
+
+TEST_F(LogTailOfAFile, KeepsTheFileFromBeingDeletedWhileItIsRead) {
+    logs.write(name, first);
+    {
+        const auto reading = LogFile::open(logs.path(name));
+        ASSERT_TRUE(reading);
+        EXPECT_FALSE(DeleteFileW(logs.path(name).c_str())) << "the name would be held until the reader is done";
+    }
     EXPECT_TRUE(DeleteFileW(logs.path(name).c_str()));
 }
 
