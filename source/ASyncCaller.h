@@ -64,7 +64,9 @@ HRESULT AsyncCaller<T>::doCallAsync(IMFAsyncCallback* callback, IUnknown* state,
     auto param = createParam<AsyncCallParam>(shareReference(callback), shareReference(state), std::move(argument));
     const std::lock_guard guard(queueing_);
     const HRESULT result = MFPutWorkItem(MFASYNC_CALLBACK_QUEUE_MULTITHREADED, this, param.Get());
-    param.Reset();
+    if (SUCCEEDED(result)) {
+        param.Reset(); // what could not be queued goes behind the lock: it may call the client
+    }
     return result;
 }
 

@@ -5,6 +5,7 @@
 #include "tests/source/MediaFoundationSeam.h"
 #include "tests/support/Faults.h"
 #include "tests/support/LogCapture.h"
+#include "tests/support/TimeLimit.h"
 #include "util/ErrorException.h"
 
 #include <mferror.h>
@@ -199,6 +200,30 @@ TEST_F(ASyncCallerTest, AnswersTheFailureToQueueWithoutARecord) {
     EXPECT_TRUE(log.messages().empty());
     EXPECT_EQ(callback.references(), 0U);
     EXPECT_EQ(state.references(), 0U);
+}
+
+/// Asks for another call when it is released for the last time.
+class AskingState final : public ClientObject<IUnknown> {
+public:
+    explicit AskingState(AsyncCaller<Owner>& caller) : caller_(caller) {}
+    ULONG STDMETHODCALLTYPE Release() override {
+        const ULONG left = ClientObject::Release();
+        if (left == 0 && !asked_.exchange(true)) {
+            caller_.doCallAsync(nullptr);
+        }
+        return left;
+    }
+
+private:
+    AsyncCaller<Owner>& caller_;
+    std::atomic<bool> asked_{false};
+};
+
+TEST_F(ASyncCallerTest, ReleasesOutsideItsLockWhatItCouldNotQueue) {
+    const MediaFoundationFault fault(MediaFoundationCall::putWorkItem, E_ACCESSDENIED);
+    AskingState asking(owner->caller);
+    ASSERT_TRUE(returnsInTime([&] { owner->caller.doCallAsync(nullptr, &asking, nullptr); }));
+    EXPECT_EQ(asking.references(), 0U);
 }
 
 TEST_F(ASyncCallerTest, TracesItsCalls) {
