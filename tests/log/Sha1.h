@@ -4,6 +4,7 @@
 #include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <cstdio>
 #include <string>
 
 namespace JY::Test {
@@ -47,6 +48,18 @@ inline std::array<std::uint8_t, 20> sha1(std::string data) {
         digest[i] = static_cast<std::uint8_t>(state[i / 4] >> (24 - 8 * (i % 4)));
     }
     return digest;
+}
+
+/// What a snapshot's end record tells of the bytes of its kept records: each byte of their SHA-1 rotated left by one
+/// bit, as two hexadecimal digits.
+inline std::string rotatedDigest(const std::string& data) {
+    std::string text;
+    for (const std::uint8_t byte : sha1(data)) {
+        char digits[3];
+        std::snprintf(digits, sizeof digits, "%02x", static_cast<unsigned>(std::rotl(byte, 1)));
+        text += digits;
+    }
+    return text;
 }
 
 } // namespace JY::Test

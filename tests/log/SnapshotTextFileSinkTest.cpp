@@ -19,7 +19,6 @@
 #include <boost/make_shared.hpp>
 
 #include <atomic>
-#include <bit>
 #include <cstdio>
 #include <filesystem>
 #include <gmock/gmock.h>
@@ -40,6 +39,7 @@ using Test::errorOf;
 using Test::ImportPatch;
 using Test::LogFolder;
 using Test::recordOf;
+using Test::rotatedDigest;
 using Test::testHead;
 using Test::thrownIn;
 using testing::ElementsAre;
@@ -53,17 +53,6 @@ const std::string beginText = "Begin snapshot.-----";
 const std::string endText = "End snapshot.----- Digest=";
 /// Of no data: da39a3ee5e6b4b0d3255bfef95601890afd80709 with each byte rotated left by one bit.
 const std::string emptyDigest = "b57247ddbcd6961a64aa7fdf2bc030215fb10e12";
-
-/// The digest as a block shows it.
-std::string rotatedDigest(const std::string& data) {
-    std::string text;
-    for (const std::uint8_t byte : Test::sha1(data)) {
-        char digits[3];
-        std::snprintf(digits, sizeof digits, "%02x", static_cast<unsigned>(std::rotl(byte, 1)));
-        text += digits;
-    }
-    return text;
-}
 
 /// What follows the head of a line.
 std::string messageOf(const std::string& line) {

@@ -12,11 +12,8 @@
 
 #include <array>
 #include <atomic>
-#include <bit>
 #include <cstddef>
-#include <cstdio>
 #include <filesystem>
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <string>
 #include <thread>
@@ -35,28 +32,15 @@ using JY::Test::logFileName;
 using JY::Test::ModuleLog;
 using JY::Test::ModuleSetting;
 using JY::Test::ProgramRun;
+using JY::Test::rotatedDigest;
 using JY::Test::runProgramBeside;
 using JY::Test::snapshotFileName;
-using testing::Each;
-using testing::ElementsAre;
-using testing::HasSubstr;
 
 constexpr std::size_t maxFileSize = 0x100000;
 
 HRESULT askWithoutAPlace(const LoadedModule& module) {
     return module.find<GetClassObject>("DllGetClassObject")(JY::Pictaro::Fs::CLSID_FlvByteStreamHandler, IID_IUnknown,
                                                             nullptr);
-}
-
-/// The digest line that belongs to the bytes of kept records.
-std::string expectedDigest(const std::string& bytes) {
-    std::string digest;
-    for (const std::uint8_t byte : JY::Test::sha1(bytes)) {
-        char digits[3];
-        std::snprintf(digits, sizeof digits, "%02x", static_cast<unsigned>(std::rotl(byte, 1)));
-        digest += digits;
-    }
-    return digest;
 }
 
 /// The bytes of a snapshot's kept records, and the digest that its end record names.
@@ -116,7 +100,7 @@ TEST(DllLog, FatalRecordIsFollowedByASnapshotWithAGoodDigest) {
     const Block block = parseOnlyBlock(log.read(snapshotFileName(0)));
     EXPECT_EQ(countIn(block.keptBytes, ") DllCanUnloadNow=OK\r\n"), 1U); // below the files' threshold
     EXPECT_EQ(countIn(block.keptBytes, ") ppObject is NULL.\r\n"), 1U);
-    EXPECT_EQ(block.digest, expectedDigest(block.keptBytes));
+    EXPECT_EQ(block.digest, rotatedDigest(block.keptBytes));
 }
 
 TEST(DllLog, RingOfFilesIsFilledAndUsedAgain) {
@@ -171,7 +155,7 @@ TEST(DllLog, ProcessesShareADirectoryAndNotTheirFiles) {
         EXPECT_EQ(countIn(text, ") AppLog initialized. DirPath="), 1U);
         EXPECT_TRUE(text.ends_with(") AppLog finalizing\r\n"));
         const Block block = parseOnlyBlock(log.read("JyFlvSource-" + run.output + "-s-0.log"));
-        EXPECT_EQ(block.digest, expectedDigest(block.keptBytes));
+        EXPECT_EQ(block.digest, rotatedDigest(block.keptBytes));
     }
     EXPECT_EQ(log.fileNames().size(), 8U);
 }
