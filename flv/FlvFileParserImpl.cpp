@@ -3,7 +3,6 @@
 #include "flv/FlvTag.h"
 #include "log/Core.h"
 #include "util/ErrorException.h"
-#include "util/JYFileStream.h"
 
 #include <algorithm>
 #include <mutex>
@@ -23,7 +22,8 @@ std::uint32_t toMilliseconds(TimePosition target) {
 } // namespace
 
 FlvFileParserImpl::FlvFileParserImpl(const std::wstring& path)
-    : file_(path, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE), header_(readFlvHeader(file_)) {}
+    : file_(path, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE), header_(readFlvHeader(file_)),
+      stream_(file_.handle()) {}
 
 void FlvFileParserImpl::clearHandler() {
     const auto log = Log2::traceMember(here(), typeid(*this), "clearHandler");
@@ -40,15 +40,15 @@ void FlvFileParserImpl::addHandler(FlvTagHandler& handler) {
 bool FlvFileParserImpl::readOneTag() {
     const auto log = Log2::traceMember(here(), typeid(*this), "readOneTag");
     const std::lock_guard guard(lock_);
-    FileStream stream(file_.handle());
-    FlvTag tag(stream);
+    stream_.refresh();
+    FlvTag tag(stream_);
     tag.read();
-    stream.setLimit(tag.getDataSize());
+    stream_.setLimit(tag.getDataSize());
     if ((tag.getTagType() & TagType::filterBit) != 0) {
         throw ErrorException(here.at(43), "Encrypted tag is not supported.");
     }
     try {
-        offerToHandlers(stream, tag);
+        offerToHandlers(tag);
         position_ = tag.getTimePosition();
     } catch (const Exception& exception) {
         log.warn(here()) << "Exception during readTag." << exception;
@@ -57,13 +57,13 @@ bool FlvFileParserImpl::readOneTag() {
         log.warn(here()) << "Exception during readTag.";
         throw;
     }
-    stream.clearLimit();
+    stream_.clearLimit();
     return tag.next();
 }
 
 void FlvFileParserImpl::setFilePosition(std::int64_t bytePosition) {
     const std::lock_guard guard(lock_);
-    file_.seek(bytePosition);
+    stream_.refreshAt(file_.seek(bytePosition));
 }
 
 void FlvFileParserImpl::seekPosition(TimePosition target) {
@@ -81,9 +81,9 @@ void FlvFileParserImpl::seekPosition(TimePosition target) {
     }
 }
 
-void FlvFileParserImpl::offerToHandlers(Stream& stream, const FlvTag& tag) {
+void FlvFileParserImpl::offerToHandlers(const FlvTag& tag) {
     for (FlvTagHandler* const handler : handlers_) {
-        if (handler->handleTag(stream, tag)) {
+        if (handler->handleTag(stream_, tag)) {
             return;
         }
     }
@@ -93,11 +93,11 @@ void FlvFileParserImpl::offerToHandlers(Stream& stream, const FlvTag& tag) {
 void FlvFileParserImpl::seekToBackward(TimePosition target) {
     const auto log = Log2::traceMember(here(), typeid(*this), "seekToBackward");
     const std::uint32_t milliseconds = toMilliseconds(target);
-    FileStream stream(file_.handle());
-    FlvTag tag(stream);
+    stream_.refresh();
+    FlvTag tag(stream_);
     do {
         tag.read();
-    } while (!(tag.getTimestamp() <= milliseconds && isRandomAccessPoint(stream, tag)) && tag.previous());
+    } while (!(tag.getTimestamp() <= milliseconds && isRandomAccessPoint(tag)) && tag.previous());
     tag.seekToRecord();
     log.info(here()) << "Seeked position=" << tag.getTimePosition();
 }
@@ -106,33 +106,33 @@ void FlvFileParserImpl::seekToBackward(TimePosition target) {
 void FlvFileParserImpl::seekToForward(TimePosition target) {
     const auto log = Log2::traceMember(here(), typeid(*this), "seekToForward");
     const std::uint32_t milliseconds = toMilliseconds(target);
-    FileStream stream(file_.handle());
-    std::int64_t candidate = seekToRandomAccessPoint(stream);
-    FlvTag tag(stream);
+    stream_.refresh();
+    std::int64_t candidate = seekToRandomAccessPoint();
+    FlvTag tag(stream_);
     do {
         tag.read();
-        if (isRandomAccessPoint(stream, tag)) {
+        if (isRandomAccessPoint(tag)) {
             candidate = tag.recordPosition();
         }
     } while (tag.getTimestamp() < milliseconds && tag.next());
-    stream.seek(candidate); // it has just been there
+    stream_.seek(candidate); // it has just been there
     log.info(here()) << "Seeked position=" << tag.getTimePosition();
 }
 
 /// Steps back from the tag at the stream's position to a seek point, or to the first tag of the file. Returns where
 /// its record starts; the stream stands there.
-std::int64_t FlvFileParserImpl::seekToRandomAccessPoint(Stream& stream) {
-    FlvTag tag(stream);
+std::int64_t FlvFileParserImpl::seekToRandomAccessPoint() {
+    FlvTag tag(stream_);
     do {
         tag.read();
-    } while (!isRandomAccessPoint(stream, tag) && tag.previous());
+    } while (!isRandomAccessPoint(tag) && tag.previous());
     tag.seekToRecord();
     return tag.recordPosition();
 }
 
-bool FlvFileParserImpl::isRandomAccessPoint(Stream& stream, const FlvTag& tag) const {
+bool FlvFileParserImpl::isRandomAccessPoint(const FlvTag& tag) {
     return std::ranges::all_of(handlers_,
-                               [&](FlvTagHandler* handler) { return handler->isRandomAccessPoint(stream, tag); });
+                               [&](FlvTagHandler* handler) { return handler->isRandomAccessPoint(stream_, tag); });
 }
 
 } // namespace JY::Pictaro::Fs

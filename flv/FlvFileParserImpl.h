@@ -3,6 +3,7 @@
 #include "flv/FlvFileParser.h"
 #include "flv/FlvHeader.h"
 #include "util/File.h"
+#include "util/JYFileStream.h"
 #include "util/Lock.h"
 
 #include <atomic>
@@ -13,7 +14,9 @@ namespace JY::Pictaro::Fs {
 
 class FlvTag;
 
-/// Reads a file from disk. Between calls the file pointer stands at the start of the record to be read next.
+/// Reads a file from disk. Between calls the stream stands at the start of the record to be read next, or where a tag
+/// that failed has left it; nothing that it has read ahead is used by a later call, so that a file which others write
+/// or replace is never told as it was.
 class FlvFileParserImpl final : public FlvFileParser {
 public:
     /// Opens the file, which others may go on writing, and checks its header. Throws what opening and reading throw,
@@ -30,15 +33,16 @@ public:
     bool hasVideo() const override { return header_.hasVideo(); }
 
 private:
-    void offerToHandlers(Stream& stream, const FlvTag& tag);
+    void offerToHandlers(const FlvTag& tag);
     void seekToBackward(TimePosition target);
     void seekToForward(TimePosition target);
-    std::int64_t seekToRandomAccessPoint(Stream& stream);
-    bool isRandomAccessPoint(Stream& stream, const FlvTag& tag) const;
+    std::int64_t seekToRandomAccessPoint();
+    bool isRandomAccessPoint(const FlvTag& tag);
 
-    LockImpl lock_; // guards the file's position and the handlers
+    LockImpl lock_; // guards the stream and the handlers
     File file_;
     FlvHeader header_;
+    FileStream stream_;
     std::vector<FlvTagHandler*> handlers_;
     std::atomic<TimePosition> position_{}; // written under the lock, read without it
 };

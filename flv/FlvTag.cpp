@@ -36,7 +36,7 @@ bool FlvTag::next() {
     requireRead();
     seekToRecord();
     const std::int64_t wholeSize = std::int64_t{recordSize} + getDataSize();
-    if (stream_.remaining() <= wholeSize + previousTagSizeSize) {
+    if (!stream_.hasMoreThan(wholeSize + previousTagSizeSize)) {
         return false; // at most the size of this tag follows it
     }
     isRead_ = false;

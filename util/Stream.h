@@ -23,6 +23,8 @@ public:
     virtual std::int64_t remaining() = 0;
     /// Removes the limit; returns the value that stands for none.
     virtual std::int64_t clearLimit() = 0;
+    /// Whether more than `count` bytes remain, which can be cheaper to tell than how many.
+    virtual bool hasMoreThan(std::int64_t count) { return remaining() > count; }
 };
 
 } // namespace JY

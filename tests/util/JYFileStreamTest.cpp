@@ -152,6 +152,15 @@ TYPED_TEST(BoundedStream, SeekBeforeTheStartFailsWithoutMoving) {
     EXPECT_EQ(this->read(1), Bytes{14});
 }
 
+TYPED_TEST(BoundedStream, HasMoreThanAllButItsLastByte) {
+    this->stream().skip(4);
+    EXPECT_TRUE(this->stream().hasMoreThan(5));
+    EXPECT_FALSE(this->stream().hasMoreThan(6));
+    EXPECT_FALSE(this->stream().hasMoreThan(noLimit));
+    EXPECT_TRUE(this->stream().hasMoreThan(-1));
+    EXPECT_EQ(this->stream().tell(), 4);
+}
+
 TYPED_TEST(BoundedStream, LimitDoesNotChangeWhatRemains) {
     this->stream().setLimit(4);
     EXPECT_EQ(this->stream().remaining(), 10);
@@ -180,12 +189,14 @@ TEST(JYFileStream, StartsWhereTheFileStands) {
     EXPECT_EQ(byte, 14);
 }
 
-TEST(JYFileStream, LeavesTheFileWhereItStands) {
+TEST(JYFileStream, StaysWhereItIsWhenItIsRefreshed) {
     OverFile over;
     over.stream.seek(6);
     std::uint8_t byte = 0;
     over.stream.read(&byte, 1);
-    EXPECT_EQ(FileStream(over.file.handle()).tell(), 7);
+    EXPECT_EQ(over.stream.tell(), 7);
+    over.stream.refresh();
+    EXPECT_EQ(over.stream.tell(), 7);
 }
 
 TEST(JYFileStream, DoesNotCloseTheHandle) {
@@ -215,7 +226,6 @@ TEST(JYFileStream, OperationsOnAClosedHandleFailWithoutThrowing) {
     const TempFile temp(content);
     auto file = std::make_unique<File>(temp.path(), GENERIC_READ, FILE_SHARE_READ);
     FileStream stream(file->handle());
-    stream.seek(3);
     file.reset();
     std::uint8_t byte = 0;
     EXPECT_EQ(stream.tell(), 0);
