@@ -40,7 +40,7 @@ void FlvFileParserImpl::addHandler(FlvTagHandler& handler) {
 bool FlvFileParserImpl::readOneTag() {
     const auto log = Log2::traceMember(here(), typeid(*this), "readOneTag");
     const std::lock_guard guard(lock_);
-    stream_.refresh();
+    stream_.refresh(expectedBytes_);
     FlvTag tag(stream_);
     tag.read();
     stream_.setLimit(tag.getDataSize());
@@ -58,7 +58,9 @@ bool FlvFileParserImpl::readOneTag() {
         throw;
     }
     stream_.clearLimit();
-    return tag.next();
+    const bool hasNext = tag.next();
+    expectedBytes_ = bytesToExpect();
+    return hasNext;
 }
 
 void FlvFileParserImpl::setFilePosition(std::int64_t bytePosition) {
@@ -87,6 +89,14 @@ void FlvFileParserImpl::offerToHandlers(const FlvTag& tag) {
             return;
         }
     }
+}
+
+/// What the next call should read in one piece: the next tag and the record behind it, which tells the same of the tag
+/// after. Most tags then take one call of the system. By then the file may have changed: a guess that is wrong costs
+/// time, nothing else.
+std::uint32_t FlvFileParserImpl::bytesToExpect() const {
+    const auto ahead = stream_.ahead();
+    return ahead.size() < tagRecordSize ? 0 : dataSizeOf(ahead.first<tagRecordSize>()) + 2 * tagRecordSize;
 }
 
 /// To the last seek point at or before the target, or to the first tag of the file.

@@ -34,6 +34,7 @@ public:
 
 private:
     void offerToHandlers(const FlvTag& tag);
+    std::uint32_t bytesToExpect() const;
     void seekToBackward(TimePosition target);
     void seekToForward(TimePosition target);
     std::int64_t seekToRandomAccessPoint();
@@ -43,6 +44,7 @@ private:
     File file_;
     FlvHeader header_;
     FileStream stream_;
+    std::uint32_t expectedBytes_ = 0; // that the next tag will take, 0 when that is not known
     std::vector<FlvTagHandler*> handlers_;
     std::atomic<TimePosition> position_{}; // written under the lock, read without it
 };

@@ -23,10 +23,14 @@ void requireSeeked(bool done, int line) {
 
 } // namespace
 
+std::uint32_t dataSizeOf(std::span<const std::uint8_t, tagRecordSize> record) {
+    return fromBigEndian<std::uint32_t>(record.subspan<5, 3>());
+}
+
 void FlvTag::read() {
     isRead_ = false;
     recordPosition_ = stream_.tell();
-    if (stream_.read(record_.data(), recordSize) < recordSize) {
+    if (stream_.read(record_.data(), tagRecordSize) < tagRecordSize) {
         throw ErrorException(here.at(21), "Too short FlvTag.");
     }
     isRead_ = true;
@@ -35,7 +39,7 @@ void FlvTag::read() {
 bool FlvTag::next() {
     requireRead();
     seekToRecord();
-    const std::int64_t wholeSize = std::int64_t{recordSize} + getDataSize();
+    const std::int64_t wholeSize = std::int64_t{tagRecordSize} + getDataSize();
     if (!stream_.hasMoreThan(wholeSize + previousTagSizeSize)) {
         return false; // at most the size of this tag follows it
     }
@@ -64,7 +68,7 @@ std::uint8_t FlvTag::getTagType() const {
 
 std::uint32_t FlvTag::getDataSize() const {
     requireRead();
-    return fromBigEndian<std::uint32_t>(std::span(record_).subspan<5, 3>());
+    return dataSizeOf(record_);
 }
 
 std::uint32_t FlvTag::getTimestamp() const {

@@ -5,6 +5,7 @@
 
 #include <array>
 #include <cstdint>
+#include <span>
 
 namespace JY::Pictaro::Fs {
 
@@ -15,6 +16,12 @@ constexpr std::uint8_t video = 9;
 constexpr std::uint8_t scriptData = 18;
 constexpr std::uint8_t filterBit = 0x20; ///< set on encrypted tags
 } // namespace TagType
+
+/// Bytes of a tag record: the size of the tag before and the tag's header.
+constexpr std::uint32_t tagRecordSize = 15;
+
+/// Bytes of the body that a record's tag has.
+std::uint32_t dataSizeOf(std::span<const std::uint8_t, tagRecordSize> record);
 
 /// One tag record of an FLV file, the 15 bytes of PreviousTagSize and tag header, and the moves from record to record.
 /// The accessors throw FatalException "Not read yet." while no record has been read, or after it was moved past.
@@ -52,12 +59,10 @@ public:
     void seekToRecord();
 
 private:
-    static constexpr std::uint32_t recordSize = 15;
-
     void requireRead() const;
 
     Stream& stream_;
-    std::array<std::uint8_t, recordSize> record_{};
+    std::array<std::uint8_t, tagRecordSize> record_{};
     std::int64_t recordPosition_ = 0;
     bool isRead_ = false;
 };

@@ -3,6 +3,8 @@
 #include "log/RecordBuilder.h"
 #include "util/ClassName.h"
 
+#include <algorithm>
+
 namespace JY::Log2 {
 
 namespace {
@@ -64,6 +66,10 @@ void CoreImpl::write(const Record& record) {
 
 void CoreImpl::releaseLogger() {
     --liveLoggers_;
+}
+
+bool CoreImpl::wants(Severity severity) const {
+    return std::ranges::any_of(sinks_, [&](const auto& sink) { return sink->wants(severity); });
 }
 
 boost::shared_ptr<InternalCoreInterface> CoreImpl::countLogger() {

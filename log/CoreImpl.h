@@ -23,6 +23,7 @@ public:
 
     void write(const Record& record) override;
     void releaseLogger() override;
+    bool wants(Severity severity) const override;
 
 private:
     boost::shared_ptr<InternalCoreInterface> countLogger();

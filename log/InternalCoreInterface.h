@@ -9,6 +9,8 @@ class InternalCoreInterface {
 public:
     virtual void write(const Record& record) = 0;
     virtual void releaseLogger() = 0;
+    /// Whether any sink wants a record of this severity; the others need not be built.
+    virtual bool wants(Severity severity) const = 0;
 
 protected:
     ~InternalCoreInterface() = default;

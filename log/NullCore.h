@@ -9,6 +9,7 @@ class NullCore final : public InternalCoreInterface {
 public:
     void write(const Record&) override {}
     void releaseLogger() override {}
+    bool wants(Severity) const override { return false; }
 };
 
 } // namespace JY::Log2

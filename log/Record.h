@@ -1,5 +1,6 @@
 #pragma once
 
+#include "log/LocalClock.h"
 #include "log/Severity.h"
 #include "util/SourcePosition.h"
 
@@ -20,9 +21,7 @@ struct Record {
 
 /// A record of this moment and this thread. `message` is not copied.
 inline Record makeRecord(SourcePosition position, Severity severity, std::string_view message) {
-    Record record{{}, GetCurrentThreadId(), severity, position, message};
-    GetLocalTime(&record.time);
-    return record;
+    return {localTime(), GetCurrentThreadId(), severity, position, message};
 }
 
 } // namespace JY::Log2

@@ -14,6 +14,8 @@ public:
     virtual void write(const Record& record) = 0;
     /// Records below `severity` are dropped from now on.
     virtual void setThreshold(Severity severity) = 0;
+    /// Whether a record of this severity is worth making: false where `write` would surely drop it.
+    virtual bool wants(Severity) const { return true; }
     /// At the end of the process, when its other threads have been stopped wherever they were: a sink that one of them
     /// was using takes nothing any more, since what it was doing will never be completed.
     virtual void abandonIfBusy() {}

@@ -5,11 +5,11 @@
 namespace JY::Log2 {
 
 void SinkBase::write(const Record& record) {
-    if (abandoned_) {
+    if (abandoned_ || !wants(record.severity)) {
         return;
     }
     const std::lock_guard guard(lock_);
-    if (record.severity >= threshold_) {
+    if (wants(record.severity)) {
         doWrite(record);
     }
 }

@@ -3,6 +3,8 @@
 #include "log/Sink.h"
 #include "util/Lock.h"
 
+#include <atomic>
+
 namespace JY::Log2 {
 
 /// Base of all sinks: filters by threshold (initially "warn") and serialises under its own lock.
@@ -10,6 +12,7 @@ class SinkBase : public Sink {
 public:
     void write(const Record& record) final;
     void setThreshold(Severity severity) final;
+    bool wants(Severity severity) const final { return severity >= threshold_.load(std::memory_order_relaxed); }
     void abandonIfBusy() final;
 
 protected:
@@ -21,8 +24,8 @@ protected:
     LockImpl lock_;
 
 private:
-    bool abandoned_ = false; // changes only when a single thread is left
-    Severity threshold_ = Severity::warn;
+    bool abandoned_ = false;                          // changes only when a single thread is left
+    std::atomic<Severity> threshold_{Severity::warn}; // changed under the lock, also read without it
 };
 
 } // namespace JY::Log2

@@ -11,12 +11,12 @@ namespace {
 
 constexpr SourceFile here{"JYFileStream"};
 
-/// Bytes of a window. The smallest holds most tags whole and takes the system little longer than a single byte would
+/// Bytes of a window. The usual one holds most tags whole and takes the system little longer than a single byte would
 /// (0.4 to 0.3 microseconds); the largest is as fast, byte for byte, as larger ones.
-constexpr std::uint32_t smallestBlock = 4 * 1024;
+constexpr std::uint32_t usualBlock = 4 * 1024;
 constexpr std::uint32_t largestBlock = 32 * 1024;
 /// Bytes from the window at which a position still counts as reading on.
-constexpr std::int64_t nearBy = 2 * smallestBlock;
+constexpr std::int64_t nearBy = 2 * usualBlock;
 
 /// Stops at the ends of the range: an offset from a damaged file must not wrap round to a position inside it.
 constexpr std::int64_t addSaturated(std::int64_t left, std::int64_t right) {
@@ -38,13 +38,13 @@ std::int64_t sizeOf(HANDLE file) {
 
 } // namespace
 
-FileStream::FileStream(HANDLE handle) : handle_(handle), size_(sizeOf(handle)), blockSize_(smallestBlock) {}
+FileStream::FileStream(HANDLE handle) : handle_(handle), size_(sizeOf(handle)), blockSize_(usualBlock) {}
 
-void FileStream::refresh() {
+void FileStream::refresh(std::uint32_t expected) {
     size_.reset();
     limit_.reset();
     windowSize_ = 0;
-    blockSize_ = smallestBlock;
+    blockSize_ = expected != 0 && expected <= largestBlock ? expected : usualBlock;
 }
 
 void FileStream::refreshAt(std::int64_t position) {
@@ -58,7 +58,7 @@ std::uint32_t FileStream::read(void* buffer, std::uint32_t count) {
     if (!position_ || (limit_ && end > *limit_)) {
         return 0;
     }
-    if (count > bytesAhead() && count <= smallestBlock) {
+    if (count > ahead().size() && count <= usualBlock) {
         fillWindow(count);
     }
     if (!isWithinLimit(end)) {
@@ -117,8 +117,11 @@ std::int64_t FileStream::size() {
     return *size_;
 }
 
-std::uint32_t FileStream::bytesAhead() const {
-    return position_ && isInWindow(*position_) ? static_cast<std::uint32_t>(windowEnd() - *position_) : 0;
+std::span<const std::uint8_t> FileStream::ahead() const {
+    if (!position_ || !isInWindow(*position_)) {
+        return {};
+    }
+    return std::span(window_).first(windowSize_).subspan(static_cast<std::size_t>(*position_ - windowStart_));
 }
 
 bool FileStream::isWithinLimit(std::int64_t position) {
@@ -139,7 +142,10 @@ void FileStream::fillWindow(std::uint32_t count) {
 void FileStream::placeWindow(std::uint32_t count) {
     const std::int64_t position = *position_;
     const bool readsOn = windowSize_ != 0 && position >= windowStart_ - nearBy && position <= windowEnd() + nearBy;
-    blockSize_ = readsOn ? std::min(2 * blockSize_, largestBlock) : smallestBlock;
+    if (windowSize_ != 0) {
+        blockSize_ = readsOn ? std::min(2 * blockSize_, largestBlock) : usualBlock;
+    }
+    blockSize_ = std::max(blockSize_, count);
     const bool readsBack = readsOn && position < windowStart_;
     windowStart_ =
         readsBack ? std::max<std::int64_t>(std::max(windowStart_, position + count) - blockSize_, 0) : position;
@@ -147,12 +153,12 @@ void FileStream::placeWindow(std::uint32_t count) {
 
 /// Moves past up to `count` bytes that the window shows.
 std::uint32_t FileStream::copyAhead(void* buffer, std::uint32_t count) {
-    const std::uint32_t copied = std::min(count, bytesAhead());
-    if (copied != 0) {
-        std::memcpy(buffer, window_.data() + (*position_ - windowStart_), copied);
-        *position_ += copied;
+    const auto bytes = ahead().first(std::min<std::size_t>(count, ahead().size()));
+    if (!bytes.empty()) {
+        std::memcpy(buffer, bytes.data(), bytes.size());
+        *position_ += static_cast<std::int64_t>(bytes.size());
     }
-    return copied;
+    return static_cast<std::uint32_t>(bytes.size());
 }
 
 std::uint32_t FileStream::readDirectly(void* buffer, std::uint32_t count) {

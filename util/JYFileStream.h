@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <limits>
 #include <optional>
+#include <span>
 #include <vector>
 
 namespace JY {
@@ -26,8 +27,9 @@ public:
     /// here. Throws ApiErrorException "GetFileSizeEx".
     explicit FileStream(HANDLE handle);
 
-    /// Forgets what is known of the file's bytes and size; the limit is the file's size again. The position stays.
-    void refresh();
+    /// Forgets what is known of the file's bytes and size; the limit is the file's size again. The position stays. The
+    /// next window is of about the `expected` bytes when that is given and not too much.
+    void refresh(std::uint32_t expected = 0);
     /// Tells the stream that the file pointer was moved to `position` by somebody else; otherwise as `refresh`.
     void refreshAt(std::int64_t position);
 
@@ -40,6 +42,8 @@ public:
     std::int64_t remaining() override;
     std::int64_t clearLimit() override;
     bool hasMoreThan(std::int64_t count) override;
+    /// The bytes from the position on that are at hand, without asking the system; until the next call.
+    std::span<const std::uint8_t> ahead() const;
 
 private:
     static constexpr std::int64_t noLimit = std::numeric_limits<std::int64_t>::max();
@@ -50,7 +54,6 @@ private:
     bool isInWindow(std::int64_t position) const {
         return windowSize_ != 0 && position >= windowStart_ && position <= windowEnd();
     }
-    std::uint32_t bytesAhead() const;
     bool isWithinLimit(std::int64_t position);
     void fillWindow(std::uint32_t count);
     void placeWindow(std::uint32_t count);

@@ -1,8 +1,10 @@
 #include "util/TextBuffer.h"
 
 #include <algorithm>
+#include <array>
 #include <cctype>
 #include <cstdio>
+#include <cstring>
 
 namespace JY {
 
@@ -11,18 +13,31 @@ namespace {
 constexpr std::size_t bytesPerLine = 16;
 constexpr std::size_t characterColumn = 48;
 
+/// What the C library calls graphic, asked once for each byte: asking costs more than all the rest of a dump.
+const std::array<bool, 256>& graphicBytes() {
+    static const std::array<bool, 256> bytes = [] {
+        std::array<bool, 256> graphic{};
+        for (int byte = 0; byte < 256; ++byte) {
+            graphic[static_cast<std::size_t>(byte)] = std::isgraph(byte) != 0;
+        }
+        return graphic;
+    }();
+    return bytes;
+}
+
 void dumpLine(TextBuffer& out, std::span<const unsigned char> bytes) {
     static constexpr char digits[] = "0123456789abcdef";
     char line[5 + characterColumn + bytesPerLine];
     std::fill_n(line, sizeof line, ' ');
     line[0] = '\n';
+    const std::array<bool, 256>& isGraphic = graphicBytes();
     char* hex = line + 5;
     char* characters = line + 5 + characterColumn;
     for (const unsigned char byte : bytes) {
         *hex++ = digits[byte >> 4];
         *hex++ = digits[byte & 0x0F];
         ++hex;
-        *characters++ = std::isgraph(byte) != 0 ? static_cast<char>(byte) : '.';
+        *characters++ = isGraphic[byte] ? static_cast<char>(byte) : '.';
     }
     out << std::string_view(line, static_cast<std::size_t>(characters - line));
 }
@@ -30,12 +45,12 @@ void dumpLine(TextBuffer& out, std::span<const unsigned char> bytes) {
 } // namespace
 
 TextBuffer& TextBuffer::operator<<(std::string_view text) {
-    text_.insert(text_.end(), text.begin(), text.end());
+    if (!text.empty()) {
+        const std::size_t old = text_.size();
+        text_.resize(old + text.size(), boost::container::default_init);
+        std::memcpy(text_.data() + old, text.data(), text.size());
+    }
     return *this;
-}
-
-TextBuffer& TextBuffer::operator<<(const char* text) {
-    return *this << (text != nullptr ? std::string_view(text) : std::string_view("(null)"));
 }
 
 TextBuffer& TextBuffer::operator<<(std::wstring_view text) {

@@ -41,7 +41,9 @@ public:
     TextBuffer& operator<<(std::string_view text);
     TextBuffer& operator<<(const std::string& text) { return *this << std::string_view(text); }
     /// A null pointer is written as "(null)", here and for wide text.
-    TextBuffer& operator<<(const char* text);
+    TextBuffer& operator<<(const char* text) {
+        return *this << (text != nullptr ? std::string_view(text) : std::string_view("(null)"));
+    }
     /// Wide text is converted to the ANSI code page and ends at its first NUL.
     TextBuffer& operator<<(std::wstring_view text);
     TextBuffer& operator<<(const std::wstring& text) { return *this << std::wstring_view(text); }

@@ -1,6 +1,7 @@
 #include "log/Core.h"
 
 #include "log/CoreImpl.h"
+#include "log/DebugOutSink.h"
 #include "tests/support/LogCapture.h"
 #include "util/ApiErrorException.h"
 
@@ -188,6 +189,48 @@ TEST(Core, PassesRecordsToItsSinksInTheOrderOfAdding) {
     core->addSink(boost::make_shared<RecordingSink>(calls, "b"));
     core->createLogger().trace(here()) << "x";
     EXPECT_THAT(calls, ElementsAre("a x", "b x"));
+}
+
+/// Drops everything, and says so beforehand.
+class DroppingSink final : public Sink {
+public:
+    explicit DroppingSink(unsigned& written) : written_(written) {}
+    void flush() override {}
+    void close() override {}
+    void write(const Record&) override { ++written_; }
+    void setThreshold(Severity) override {}
+    bool wants(Severity) const override { return false; }
+
+private:
+    unsigned& written_;
+};
+
+TEST(Core, RecordThatNoSinkWantsIsNotMade) {
+    unsigned written = 0;
+    const auto core = boost::make_shared<CoreImpl>();
+    core->addSink(boost::make_shared<DroppingSink>(written));
+    core->createLogger().fatal(here()) << "x";
+    EXPECT_EQ(written, 0U);
+}
+
+TEST(Core, RecordThatOneSinkWantsIsOfferedToAll) {
+    unsigned written = 0;
+    std::vector<std::string> calls;
+    const auto core = boost::make_shared<CoreImpl>();
+    core->addSink(boost::make_shared<DroppingSink>(written));
+    core->addSink(boost::make_shared<RecordingSink>(calls, "a"));
+    core->createLogger().trace(here()) << "x";
+    EXPECT_EQ(written, 1U);
+    EXPECT_THAT(calls, ElementsAre("a x"));
+}
+
+TEST(SinkBase, WantsWhatItsThresholdLetsThrough) {
+    DebugOutSink sink;
+    EXPECT_FALSE(sink.wants(Severity::info));
+    EXPECT_TRUE(sink.wants(Severity::warn));
+    sink.setThreshold(Severity::fatal);
+    EXPECT_FALSE(sink.wants(Severity::error));
+    EXPECT_TRUE(sink.wants(Severity::fatal));
 }
 
 TEST(Core, FlushesEverySink) {
