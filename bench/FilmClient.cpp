@@ -2,6 +2,7 @@
 
 #include "tools/Failure.h"
 #include "tools/PropVariant.h"
+#include "tools/WrappedTime.h"
 
 #include <mferror.h>
 
@@ -70,18 +71,19 @@ ComPtr<IMFSample> FilmClient::firstPicture() {
     return next(streams_.back());
 }
 
-std::vector<std::uint32_t> FilmClient::takeAll() {
-    std::vector<std::uint32_t> sizes;
+void FilmClient::takeAll(const std::function<void(std::uint32_t)>& visit) {
     for (;;) {
         Stream& earliest = *std::ranges::min_element(streams_, {}, &Stream::time);
         const ComPtr<IMFSample> sample = next(earliest);
         if (sample == nullptr) {
-            return sizes;
+            return;
         }
-        check(sample->GetSampleTime(&earliest.time), "GetSampleTime");
+        LONGLONG time = 0;
+        check(sample->GetSampleTime(&time), "GetSampleTime");
+        earliest.time = Tools::unwrapped(time, earliest.time);
         DWORD size = 0;
         check(sample->GetTotalLength(&size), "GetTotalLength");
-        sizes.push_back(size);
+        visit(size);
     }
 }
 

@@ -5,6 +5,7 @@
 #include <wrl/client.h>
 
 #include <cstdint>
+#include <functional>
 #include <vector>
 
 namespace JY::Bench {
@@ -24,14 +25,14 @@ public:
     /// Asks for a sample of the last stream, which is the video where there is one, and waits for it.
     /// @throws Failure
     Microsoft::WRL::ComPtr<IMFSample> firstPicture();
-    /// Takes every sample to the end of the film, the earliest stream's first. The sizes in bytes, in that order.
+    /// Takes every sample to the end of the film, the earliest stream's first, and tells its size in bytes.
     /// @throws Failure
-    std::vector<std::uint32_t> takeAll();
+    void takeAll(const std::function<void(std::uint32_t)>& visit);
 
 private:
     struct Stream {
         Microsoft::WRL::ComPtr<IMFMediaStream> stream;
-        LONGLONG time = 0; ///< of its latest sample, 100 ns
+        LONGLONG time = 0; ///< that its latest sample's time stands for, 100 ns
     };
 
     static Microsoft::WRL::ComPtr<IMFSample> next(Stream& stream);

@@ -19,7 +19,7 @@ std::uint64_t ticksOf(const SYSTEMTIME& time) {
 }
 
 FILETIME fileTimeOf(std::uint64_t ticks) {
-    return {static_cast<DWORD>(ticks), static_cast<DWORD>(ticks >> 32)};
+    return {static_cast<DWORD>(ticks & 0xFFFFFFFF), static_cast<DWORD>(ticks >> 32)};
 }
 
 std::string textOf(const SYSTEMTIME& time) {
@@ -32,7 +32,10 @@ std::string textOf(const SYSTEMTIME& time) {
 /// A clock that the test sets, three hours ahead of universal time.
 class SetClock {
 public:
-    SetClock() { localTimeCalls = stepPerLook = 0; }
+    SetClock() {
+        localTimeCalls = 0;
+        stepPerLook = 0;
+    }
 
     static void set(WORD year, WORD month, WORD day, WORD hour, WORD minute, WORD second, WORD milliseconds) {
         now = ticksOf({year, month, 0, day, hour, minute, second, milliseconds});

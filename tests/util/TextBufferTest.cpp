@@ -1,8 +1,12 @@
 #include "util/TextBuffer.h"
 
+#include <bit>
+#include <cstdio>
 #include <gtest/gtest.h>
 #include <limits>
+#include <random>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -44,6 +48,30 @@ TEST(TextBuffer, WritesGuidsInLowerCaseWithoutBraces) {
 
 TEST(TextBuffer, WritesHexadecimalAndScientificNumbers) {
     EXPECT_EQ(textOf(JY::Hex{0x80070057}, ' ', JY::Hex{0}, ' ', JY::Scientific{29.97}), "80070057 0 2.997000e+01");
+}
+
+TEST(TextBuffer, WritesScientificNumbersAsPrintfDoes) {
+    std::mt19937_64 random(1);
+    std::vector<double> numbers = {0.0,
+                                   -0.0,
+                                   0.5,
+                                   1.0000005,
+                                   9.9999995,
+                                   1e100,
+                                   -1e-100,
+                                   5e-324,
+                                   std::numeric_limits<double>::max(),
+                                   std::numeric_limits<double>::infinity(),
+                                   -std::numeric_limits<double>::infinity(),
+                                   std::numeric_limits<double>::quiet_NaN()};
+    for (int count = 0; count < 50'000; ++count) {
+        numbers.push_back(std::bit_cast<double>(random()));
+    }
+    for (const double number : numbers) {
+        char printed[64];
+        std::snprintf(printed, sizeof printed, "%e", number);
+        ASSERT_EQ(textOf(JY::Scientific{number}), printed);
+    }
 }
 
 TEST(TextBuffer, KeepsTextLongerThanItsInlineRoom) {
