@@ -1,20 +1,14 @@
 #include "config/RegInterface.h"
 
-#include <cstring>
+#include "tests/support/VirtualSlot.h"
+
 #include <gtest/gtest.h>
 
 namespace {
 
+using JY::Test::slotOf;
 using JY::Utl::ByteString;
 using JY::Utl::RegInterface;
-
-/// The place of a virtual function in the table: a pointer to one holds the offset in the table plus 1.
-template <class Function>
-std::size_t slotOf(Function RegInterface::*function) {
-    std::size_t offset = 0;
-    std::memcpy(&offset, &function, sizeof offset);
-    return (offset - 1) / sizeof(void*);
-}
 
 template <class Value>
 using Setter = void(HKEY, const std::wstring&, const std::wstring&, const Value&, REGSAM);

@@ -41,6 +41,17 @@ TEST(FlvAudioTag, AacHasAPacketTypeBehindTheHeaderByte) {
     EXPECT_EQ(stream.tell(), 2);
 }
 
+TEST(FlvAudioTag, OnlyAacHasAPacketType) {
+    for (unsigned header = 0; header < 256; ++header) {
+        MemoryStream stream({static_cast<std::uint8_t>(header), 7, 7});
+        FlvAudioTag tag;
+        tag.read(stream);
+        const bool isAac = (header & 0xF0) == 0xA0;
+        EXPECT_EQ(tag.getAacPacketType(), isAac ? 7 : 0) << header;
+        EXPECT_EQ(stream.tell(), isAac ? 2 : 1) << header;
+    }
+}
+
 TEST(FlvAudioTag, NothingIsLeftOfTheTagReadBefore) {
     MemoryStream stream({0xAF, 1, 0x2F});
     FlvAudioTag tag;

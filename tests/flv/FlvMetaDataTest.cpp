@@ -226,6 +226,12 @@ TEST(FlvMetaDataParse, ClosesTheFile) {
     EXPECT_NO_THROW(JY::File(temp.path(), GENERIC_READ, 0));
 }
 
+TEST(FlvMetaDataParse, ClosesTheFileAfterAFailure) {
+    const TempFile temp(FlvBuilder().script(0, Amf0::number(1)).build());
+    EXPECT_THROW(FlvMetaDataImpl().parse(temp.path()), ErrorException);
+    EXPECT_NO_THROW(JY::File(temp.path(), GENERIC_READ, 0));
+}
+
 TEST(FlvMetaDataParse, SharesTheFileWithItsReaders) {
     const TempFile temp(FlvBuilder().onMetaData().build());
     const JY::File reader(temp.path(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE);

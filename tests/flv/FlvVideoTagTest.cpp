@@ -61,6 +61,17 @@ TEST(FlvVideoTag, AvcHasPacketTypeAndCompositionTimeBehindTheHeaderByte) {
     EXPECT_EQ(stream.tell(), 5);
 }
 
+TEST(FlvVideoTag, OnlyAvcHasMoreThanTheHeaderByte) {
+    for (unsigned header = 0; header < 256; ++header) {
+        MemoryStream stream({static_cast<std::uint8_t>(header), 7, 7, 7, 7, 7});
+        FlvVideoTag tag;
+        tag.read(stream);
+        const bool isAvc = (header & 0x0F) == 7;
+        EXPECT_EQ(tag.getAvcPacketType(), isAvc ? 7 : 0) << header;
+        EXPECT_EQ(stream.tell(), isAvc ? 5 : 1) << header;
+    }
+}
+
 TEST(FlvVideoTag, NothingIsLeftOfTheTagReadBefore) {
     MemoryStream stream({0x17, 1, 0x12, 0x34, 0x56, 0x24});
     FlvVideoTag tag;
