@@ -1,20 +1,15 @@
 #include "config/RegInterface.h"
 
-#include <cstring>
+#include "tests/support/Slot.h"
+
 #include <gtest/gtest.h>
+#include <type_traits>
 
 namespace {
 
+using JY::Test::slotOf;
 using JY::Utl::ByteString;
 using JY::Utl::RegInterface;
-
-/// The place of a virtual function in the table: a pointer to one holds the offset in the table plus 1.
-template <class Function>
-std::size_t slotOf(Function RegInterface::*function) {
-    std::size_t offset = 0;
-    std::memcpy(&offset, &function, sizeof offset);
-    return (offset - 1) / sizeof(void*);
-}
 
 template <class Value>
 using Setter = void(HKEY, const std::wstring&, const std::wstring&, const Value&, REGSAM);
@@ -38,4 +33,8 @@ TEST(RegInterface, OperationsKeepTheirOrder) {
     EXPECT_EQ(slotOf<NumberSetter<std::uint64_t>>(&RegInterface::setValue), 9U);
     EXPECT_EQ(slotOf(&RegInterface::deleteValue), 10U);
     EXPECT_EQ(slotOf(&RegInterface::deleteKey), 11U);
+}
+
+TEST(RegInterface, HasNoVirtualDestructor) {
+    EXPECT_FALSE(std::has_virtual_destructor_v<RegInterface>);
 }
