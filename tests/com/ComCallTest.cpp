@@ -101,8 +101,10 @@ TEST_F(ComCallTest, TurnsAFatalExceptionIntoEFailWithASnapshot) {
 }
 
 TEST_F(ComCallTest, TurnsAnUnknownExceptionIntoEFailWithASnapshot) {
-    EXPECT_EQ(callThrowing(UnknownException(here())), E_FAIL);
+    const UnknownException exception(here());
+    EXPECT_EQ(callThrowing(exception), E_FAIL);
     EXPECT_EQ(onlyRecord().severity, Severity::fatal);
+    EXPECT_EQ(onlyRecord().message, "Exception caught. class JY::UnknownException, " + exception.getDescription());
     EXPECT_EQ(LogCapture::snapshots(), 1U);
 }
 
@@ -115,7 +117,9 @@ TEST_F(ComCallTest, TurnsAStandardExceptionIntoEFailWithItsTextAlone) {
 
 TEST_F(ComCallTest, TurnsExhaustedMemoryIntoEFail) {
     EXPECT_EQ(callThrowing(std::bad_alloc()), E_FAIL);
+    EXPECT_EQ(onlyRecord().severity, Severity::fatal);
     EXPECT_EQ(onlyRecord().message, std::bad_alloc().what());
+    EXPECT_EQ(LogCapture::snapshots(), 1U);
 }
 
 TEST_F(ComCallTest, TurnsAnythingElseIntoEFail) {
@@ -160,6 +164,7 @@ TEST_F(ComCallTest, RefusesTheFirstNullPointerWithoutRunningTheBody) {
     EXPECT_FALSE(ran);
     EXPECT_THAT(log.messages(true), ElementsAre("ENTER: Method", "ppEvent is NULL.", "EXIT: Method"));
     EXPECT_EQ(onlyRecord().severity, Severity::fatal);
+    EXPECT_EQ(onlyRecord().file, "ComCallTest");
     EXPECT_EQ(onlyRecord().line, methodLine);
     EXPECT_EQ(LogCapture::snapshots(), 1U);
 }

@@ -220,6 +220,24 @@ TYPED_TEST(AppConfigNumbers, ReadingWithAnUnknownValidatorIsMisuse) {
               "Invalid type. @AppConfig");
 }
 
+TYPED_TEST(AppConfigNumbers, WritingWithAnUnknownValidatorIsMisuse) {
+    EXPECT_EQ(thrownIn<FatalException>([] { AppConfig::setUInt(numberRow({.kind = static_cast<Kind>(9)}), 1); }),
+              "Invalid type. @AppConfig");
+    EXPECT_FALSE(this->registry.isExist(HKEY_CURRENT_USER, product, KEY_WOW64_64KEY));
+}
+
+TYPED_TEST(AppConfigNumbers, ValueThatThePredicateRefusesReadsAsTheDefaultAndIsNotWritten) {
+    const AppConfig::Row odd =
+        numberRow({.kind = Kind::predicate, .predicate = [](std::uint32_t value) { return value % 2 == 1; }});
+    this->set(HKEY_CURRENT_USER, L"TestNumber", std::uint32_t{8});
+    EXPECT_EQ(AppConfig::getUInt(odd), 77U);
+    EXPECT_EQ(thrownIn<ErrorException>([&] { AppConfig::setUInt(odd, 10); }),
+              "Invalid value. name=TestNumber value=10 @AppConfig");
+    EXPECT_EQ(this->stored(HKEY_CURRENT_USER, L"TestNumber"), 8U);
+    AppConfig::setUInt(odd, 9);
+    EXPECT_EQ(AppConfig::getUInt(odd), 9U);
+}
+
 TYPED_TEST(AppConfigNumbers, ValidValueIsWritten) {
     AppConfig::setUInt(this->hideFileName, 0);
     EXPECT_EQ(this->stored(HKEY_LOCAL_MACHINE, L"HideFileName"), 0U);

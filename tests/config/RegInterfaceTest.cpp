@@ -3,6 +3,7 @@
 #include "tests/support/VirtualSlot.h"
 
 #include <gtest/gtest.h>
+#include <type_traits>
 
 namespace {
 
@@ -32,4 +33,8 @@ TEST(RegInterface, OperationsKeepTheirOrder) {
     EXPECT_EQ(slotOf<NumberSetter<std::uint64_t>>(&RegInterface::setValue), 9U);
     EXPECT_EQ(slotOf(&RegInterface::deleteValue), 10U);
     EXPECT_EQ(slotOf(&RegInterface::deleteKey), 11U);
+}
+
+TEST(RegInterface, HasNoVirtualDestructor) {
+    EXPECT_FALSE(std::has_virtual_destructor_v<RegInterface>);
 }

@@ -6,6 +6,7 @@
 #include "tests/support/DebugOutputCapture.h"
 
 #include <atomic>
+#include <chrono>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <string>
@@ -19,6 +20,7 @@ using namespace JY;
 using namespace JY::Log2;
 using JY::Test::recordOf;
 using testing::ElementsAre;
+using testing::IsEmpty;
 
 std::string headOf(const Record& record) {
     SourceColumn column{};
@@ -102,6 +104,16 @@ TEST(DebugOutSink, SendsOneLineToTheDebugger) {
                 ElementsAre("2026/03/04 05:06:07.008 00000abc error  FlvTag              (   65) kept\n"));
 }
 
+TEST(DebugOutSink, GoesOnAfterItWasFlushedAndClosed) {
+    const JY::Test::DebugOutputCapture output;
+    DebugOutSink sink;
+    sink.flush();
+    sink.close();
+    EXPECT_THAT(output.lines(), IsEmpty());
+    sink.write(recordOf(Severity::error, "FlvTag", 65, "later"));
+    EXPECT_EQ(output.count("(   65) later\n"), 1U);
+}
+
 /// Stays in its first record until it is let go, as a thread does that was stopped there.
 class StuckSink final : public SinkBase {
 public:
@@ -121,6 +133,26 @@ protected:
         }
     }
 };
+
+TEST(SinkBase, ChangesItsThresholdBetweenTwoRecordsOnly) {
+    StuckSink sink;
+    std::jthread writer([&] { sink.write(recordOf(Severity::error, "f", 1, "first")); });
+    while (!sink.isInside) {
+        std::this_thread::yield();
+    }
+    std::atomic<bool> changed = false;
+    std::jthread changer([&] {
+        sink.setThreshold(Severity::fatal);
+        changed = true;
+    });
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    EXPECT_FALSE(changed);
+    sink.mayLeave = true;
+    writer.join();
+    changer.join();
+    sink.write(recordOf(Severity::error, "f", 1, "dropped"));
+    EXPECT_EQ(sink.records, 1);
+}
 
 TEST(SinkBase, TakesNothingMoreOnceItWasAbandonedWhileBusy) {
     StuckSink sink;

@@ -179,10 +179,21 @@ TEST_F(TextFileSinkTest, TakesTheFirstOfSeveralFilesAsTheSystemListsThem) {
     EXPECT_THAT(folder.content(toNarrow(first.cFileName)), HasSubstr(selectedFile(toNarrow(first.cFileName))));
 }
 
-TEST_F(TextFileSinkTest, ReadsTheNumberInAnyBase) {
+TEST_F(TextFileSinkTest, ReadsANumberOfSeveralDigits) {
+    folder.make("p-10.log", "x");
+    const auto sink = startSink(roomy, 32);
+    EXPECT_THAT(folder.names(), ElementsAre("p-10.log"));
+}
+
+TEST_F(TextFileSinkTest, ReadsTheNumberInTheBaseThatItsPrefixTells) {
     folder.make("p-0x11.log", "x");
-    const auto sink = startSink();
-    EXPECT_TRUE(folder.has("p-17.log"));
+    const auto hexadecimal = startSink();
+    EXPECT_THAT(folder.names(), ElementsAre("p-0x11.log", "p-17.log"));
+    const LogFolder other;
+    other.make("p-010.log", "x");
+    TextFileSink octal(other.path(), L"p-", roomy, 8, nullptr);
+    octal.start();
+    EXPECT_THAT(other.names(), ElementsAre("p-010.log", "p-8.log"));
 }
 
 TEST_F(TextFileSinkTest, ReadsANameWithoutANumberAsZero) {
@@ -413,14 +424,16 @@ struct Opening {
     DWORD share;
     DWORD disposition;
     DWORD flags;
+    bool hasSecurity = false;
+    bool hasTemplate = false;
 
     friend bool operator==(const Opening&, const Opening&) = default;
 };
 std::vector<Opening> openings;
 
-HANDLE WINAPI noteOpening(const wchar_t*, DWORD access, DWORD share, SECURITY_ATTRIBUTES*, DWORD disposition,
-                          DWORD flags, HANDLE) {
-    openings.push_back({access, share, disposition, flags});
+HANDLE WINAPI noteOpening(const wchar_t*, DWORD access, DWORD share, SECURITY_ATTRIBUTES* security, DWORD disposition,
+                          DWORD flags, HANDLE templateFile) {
+    openings.push_back({access, share, disposition, flags, security != nullptr, templateFile != nullptr});
     SetLastError(ERROR_ACCESS_DENIED);
     return INVALID_HANDLE_VALUE;
 }

@@ -2,13 +2,12 @@
 
 #include "tests/support/DebugOutputCapture.h"
 #include "tests/support/ImportPatch.h"
+#include "tests/support/SymbolHandler.h"
 #include "util/ErrorException.h"
 #include "util/StackLock.h"
 #include "util/TextBuffer.h"
 
 #include <windows.h>
-// dbghelp.h needs the types of windows.h.
-#include <dbghelp.h>
 
 #include <algorithm>
 #include <atomic>
@@ -18,7 +17,6 @@
 #include <regex>
 #include <string>
 #include <thread>
-#include <utility>
 #include <vector>
 
 namespace {
@@ -26,6 +24,8 @@ namespace {
 using namespace JY;
 using Test::DebugOutputCapture;
 using Test::ImportPatch;
+using Test::SymbolHandler;
+using Test::SymbolLookupScope;
 using testing::ElementsAre;
 
 constexpr SourceFile here{"CallStackTest"};
@@ -142,9 +142,7 @@ TEST(SymbolSwitch, IsOffAndGivesNoNames) {
 }
 
 class SymbolLookup : public testing::Test {
-protected:
-    SymbolLookup() { symbolLookupEnabled = true; }
-    ~SymbolLookup() override { symbolLookupEnabled = false; }
+    const SymbolLookupScope scope_;
 };
 
 TEST_F(SymbolLookup, ThatFailsGivesNoNames) {
@@ -152,42 +150,6 @@ TEST_F(SymbolLookup, ThatFailsGivesNoNames) {
     EXPECT_TRUE(frame.name.empty());
     EXPECT_TRUE(frame.file.empty());
 }
-
-/// A symbol handler of the test's own, which gives these names one after the other and then the last one.
-class SymbolHandler {
-public:
-    explicit SymbolHandler(std::vector<std::string> names, DWORD64 symbolAddress = 1, bool knowsLines = true) {
-        names_ = std::move(names);
-        next_ = 0;
-        symbolAddress_ = symbolAddress;
-        knowsLines_ = knowsLines;
-    }
-
-private:
-    static BOOL WINAPI findSymbol(HANDLE, DWORD64, DWORD64* displacement, SYMBOL_INFO* symbol) {
-        EXPECT_EQ(symbol->SizeOfStruct, 88U);
-        EXPECT_EQ(symbol->MaxNameLen, 424U);
-        const std::string& name = names_[std::min(next_++, names_.size() - 1)];
-        name.copy(symbol->Name, name.size());
-        symbol->Address = symbolAddress_;
-        *displacement = 7;
-        return TRUE;
-    }
-    static BOOL WINAPI findLine(HANDLE, DWORD64, DWORD*, IMAGEHLP_LINE64* line) {
-        static char path[] = "C:\\folder\\file.cpp";
-        EXPECT_EQ(line->SizeOfStruct, 40U);
-        line->FileName = path;
-        line->LineNumber = 12;
-        return knowsLines_ ? TRUE : FALSE;
-    }
-
-    static inline std::vector<std::string> names_;
-    static inline std::size_t next_;
-    static inline DWORD64 symbolAddress_;
-    static inline bool knowsLines_;
-    ImportPatch<decltype(&SymFromAddr)> symbols_{"SymFromAddr", &findSymbol};
-    ImportPatch<decltype(&SymGetLineFromAddr64)> lines_{"SymGetLineFromAddr64", &findLine};
-};
 
 TEST_F(SymbolLookup, GivesNameFileAndLine) {
     const SymbolHandler handler({"function"});

@@ -1,4 +1,6 @@
 #include "tests/support/ImportPatch.h"
+#include "tests/support/SymbolHandler.h"
+#include "tests/support/Thrown.h"
 #include "util/ApiErrorException.h"
 #include "util/ErrorException.h"
 #include "util/FatalException.h"
@@ -15,6 +17,9 @@ namespace {
 
 using namespace JY;
 using Test::ImportPatch;
+using Test::SymbolHandler;
+using Test::SymbolLookupScope;
+using Test::thrown;
 
 constexpr SourceFile here{"ExceptionTest"};
 constexpr GUID unknownId{0, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
@@ -149,6 +154,20 @@ TEST_F(StructureExceptionTest, NamesCodeAndModuleAddress) {
     EXPECT_EQ(exception.address(), address);
     EXPECT_STREQ(exception.file(), "");
     EXPECT_EQ(exception.line(), 0U);
+    EXPECT_EQ(exception.messageText(), "");
+}
+
+TEST_F(StructureExceptionTest, DescribesTheSymbolOfTheFault) {
+    void* const address = reinterpret_cast<void*>(&GetTickCount);
+    const auto exception = make(EXCEPTION_ACCESS_VIOLATION, address);
+    const std::string start = "ACCESS_VIOLATION @" + describeModuleAddress(address);
+    const SymbolLookupScope scope;
+    {
+        const SymbolHandler handler({"function"});
+        EXPECT_EQ(exception.getDescription(), start + " function(file.cpp:12)" + braced(exception));
+    }
+    const SymbolHandler withoutLines({"function"}, 1, false);
+    EXPECT_EQ(exception.getDescription(), start + " function(?:7)" + braced(exception));
 }
 
 TEST_F(StructureExceptionTest, DescribesSymbolAndStack) {
@@ -165,18 +184,19 @@ TEST_F(StructureExceptionTest, WithoutAStackKeepsItsBraces) {
 }
 
 TEST_F(StructureExceptionTest, PrintsNullForACodeThatIsNotInTheTable) {
-    EXPECT_EQ(make(0xE0000001, reinterpret_cast<void*>(1)).getMessage(), "(null) @Fail1");
+    const auto exception = make(0xE0000001, reinterpret_cast<void*>(1));
+    EXPECT_EQ(exception.getMessage(), "(null) @Fail1");
+    EXPECT_EQ(exception.getDescription(), "(null) @Fail1 (:0)" + braced(exception));
 }
 
 TEST_F(StructureExceptionTest, IsWhatTheTranslatorThrows) {
     EXCEPTION_RECORD record{};
     record.ExceptionCode = EXCEPTION_ILLEGAL_INSTRUCTION;
+    record.ExceptionAddress = reinterpret_cast<void*>(1);
     EXCEPTION_POINTERS pointers{&record, nullptr};
-    try {
-        translateStructuredException(record.ExceptionCode, &pointers);
-    } catch (const StructureException& exception) {
-        EXPECT_EQ(exception.code(), 0xC000001D);
-    }
+    // The record counts, whatever code is named beside it.
+    EXPECT_EQ(thrown<StructureException>([&] { translateStructuredException(EXCEPTION_GUARD_PAGE, &pointers); }),
+              "ILLEGAL_INSTRUCTION @Fail1 @:0");
 }
 
 TEST(ExceptionCodeName, KnowsEveryCodeOfTheTable) {

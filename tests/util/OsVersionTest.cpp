@@ -131,6 +131,18 @@ TEST(OsVersion, SystemWithoutAReleaseIdHasAnEmptyOne) {
     EXPECT_GE(version->majorVersion(), 6U);
 }
 
+LSTATUS WINAPI tellANumber(HKEY, const wchar_t*, DWORD*, DWORD* type, BYTE*, DWORD* size) {
+    *type = REG_DWORD;
+    *size = sizeof(DWORD);
+    return ERROR_SUCCESS;
+}
+
+TEST(OsVersion, ReleaseIdThatIsNoTextIsEmpty) {
+    const ImportPatch<decltype(&RegOpenKeyExW)> open("RegOpenKeyExW", &openCurrentVersion);
+    const ImportPatch<decltype(&RegQueryValueExW)> query("RegQueryValueExW", &tellANumber);
+    EXPECT_EQ(readOsVersion()->releaseId(), L"");
+}
+
 TEST(OsVersion, ReleaseIdThatMustNotBeReadIsEmpty) {
     const ImportPatch<decltype(&RegOpenKeyExW)> open("RegOpenKeyExW", &denyAccess);
     EXPECT_EQ(readOsVersion()->releaseId(), L"");

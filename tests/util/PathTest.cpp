@@ -52,6 +52,21 @@ private:
     const wchar_t* name_;
 };
 
+/// The current directory is the root of drive C while this exists.
+class AtTheRootOfDriveC {
+public:
+    AtTheRootOfDriveC() {
+        GetCurrentDirectoryW(MAX_PATH, previous_);
+        SetCurrentDirectoryW(L"C:\\");
+    }
+    AtTheRootOfDriveC(const AtTheRootOfDriveC&) = delete;
+    AtTheRootOfDriveC& operator=(const AtTheRootOfDriveC&) = delete;
+    ~AtTheRootOfDriveC() { SetCurrentDirectoryW(previous_); }
+
+private:
+    wchar_t previous_[MAX_PATH]{};
+};
+
 } // namespace
 
 TEST(Path, ExpandsTheLowIntegrityFolder) {
@@ -118,4 +133,13 @@ TEST(Path, FolderThatCannotBeMadeThrowsCreateDirectory) {
               "CreateDirectory: (0xb7) @Path:196");
     EXPECT_EQ(thrown<JY::ApiErrorException>([&] { createDirectories(file.path() + L"\\a"); }),
               "CreateDirectory: (0xb7) @Path:196");
+}
+
+TEST(Path, MakesAChainThatBeginsWithABackslash) {
+    const AtTheRootOfDriveC atTheRoot;
+    const std::wstring folder = L"\\jy-test-" + std::to_wstring(GetCurrentProcessId());
+    createDirectories(folder + L"\\a");
+    EXPECT_TRUE(isDirectory(L"C:" + folder + L"\\a"));
+    RemoveDirectoryW((folder + L"\\a").c_str());
+    RemoveDirectoryW(folder.c_str());
 }

@@ -87,6 +87,21 @@ TEST(HexDump, OfTwentyBytesGivesTwoLinesWithTheCharactersInColumn48) {
                   std::string(36, ' ') + "wx..");
 }
 
+TEST(HexDump, BeginsALineForEverySixteenBytes) {
+    const std::string bytes(17, 'x');
+    const std::string line = "\n    78 78 78 78 78 78 78 78 78 78 78 78 78 78 78 78 xxxxxxxxxxxxxxxx";
+    EXPECT_EQ(textOf(HexDump{bytes.data(), 16}), line);
+    EXPECT_EQ(textOf(HexDump{bytes.data(), 17}), line + "\n    78 " + std::string(45, ' ') + "x");
+}
+
+TEST(HexDump, ShowsGraphicCharactersAndNoOthers) {
+    for (unsigned byte = 0; byte < 256; ++byte) {
+        const auto character = static_cast<unsigned char>(byte);
+        const char shown = byte > 0x20 && byte < 0x7F ? static_cast<char>(byte) : '.';
+        EXPECT_EQ(textOf(HexDump{&character, 1}).back(), shown) << byte;
+    }
+}
+
 TEST(HexDump, ShowsABlankAsADot) {
     EXPECT_EQ(textOf(HexDump{" ", 1}), "\n    20 " + std::string(45, ' ') + ".");
 }

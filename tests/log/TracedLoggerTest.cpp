@@ -1,0 +1,78 @@
+#include "log/CoreImpl.h"
+#include "log/Severity.h"
+#include "log/SinkBase.h"
+#include "util/ErrorException.h"
+
+#include <boost/make_shared.hpp>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <string>
+#include <vector>
+
+namespace {
+
+using namespace JY;
+using namespace JY::Log2;
+using testing::ElementsAre;
+
+constexpr SourceFile here{"TracedLoggerTest"};
+
+/// Keeps each record as "severity file(line) message".
+class KeepingSink final : public SinkBase {
+public:
+    void flush() override {}
+    void close() override {}
+    std::vector<std::string> kept;
+
+protected:
+    void doWrite(const Record& record) override {
+        TextBuffer text;
+        text << severityName(record.severity) << ' ' << record.position.file << '(' << record.position.line << ") "
+             << record.message;
+        kept.push_back(text.str());
+    }
+};
+
+class TracedLogger : public testing::Test {
+protected:
+    TracedLogger() {
+        sink->setThreshold(Severity::trace);
+        core->addSink(sink);
+    }
+
+    const boost::shared_ptr<CoreImpl> core = boost::make_shared<CoreImpl>();
+    const boost::shared_ptr<KeepingSink> sink = boost::make_shared<KeepingSink>();
+};
+
+TEST_F(TracedLogger, OfAFunctionWritesBothRecordsAtTheSeverityAndPlaceGiven) {
+    { const auto log = core->createLogger(here.at(7), "f", Severity::notice); }
+    EXPECT_THAT(sink->kept, ElementsAre("notice TracedLoggerTest(7) ENTER: f", "notice TracedLoggerTest(7) EXIT: f"));
+}
+
+TEST_F(TracedLogger, OfAMemberWritesBothRecordsAtTheSeverityAndPlaceGiven) {
+    { const auto log = core->createLogger(here.at(8), typeid(ErrorException), "f", Severity::warn); }
+    EXPECT_THAT(sink->kept, ElementsAre("warn TracedLoggerTest(8) ENTER: JY::ErrorException::f",
+                                        "warn TracedLoggerTest(8) EXIT: JY::ErrorException::f"));
+}
+
+TEST_F(TracedLogger, WritesItsFirstRecordAtOnceAndItsLastAtTheEnd) {
+    {
+        const auto log = core->createLogger(here.at(7), "f", Severity::trace);
+        EXPECT_THAT(sink->kept, ElementsAre("trace TracedLoggerTest(7) ENTER: f"));
+        log.error(here.at(9)) << "inside";
+        EXPECT_EQ(sink->kept.size(), 2U);
+    }
+    EXPECT_THAT(sink->kept, ElementsAre("trace TracedLoggerTest(7) ENTER: f", "error TracedLoggerTest(9) inside",
+                                        "trace TracedLoggerTest(7) EXIT: f"));
+}
+
+TEST_F(TracedLogger, IsCountedAmongTheLiveOnes) {
+    const auto function = core->createLogger(here.at(7), "f", Severity::trace);
+    const auto member = core->createLogger(here.at(8), typeid(ErrorException), "f", Severity::trace);
+    { const auto gone = core->createLogger(here.at(9), "g", Severity::trace); }
+    core->shutdown(ShutdownMode::reportWarning);
+    EXPECT_EQ(sink->kept.back(), "warn Core(34) There are some Logger instances exists. =2");
+}
+
+} // namespace
