@@ -27,11 +27,28 @@ elseif(MSVC)
   target_compile_options(jy_options INTERFACE /W4 /WX /EHa /permissive- /Zc:__cplusplus)
 endif()
 
+# The module's own code alone is counted, so that everything else compiles as in the preset debug.
+option(JY_COVERAGE "Count how often the lines of the module run, for scripts/coverage.sh (GCC)" OFF)
+if(JY_COVERAGE)
+  # With -pthread the counters are atomic: several threads run the module's code at once. (The option that says so
+  # itself keeps ccache from working.)
+  set(JY_COVERAGE_OPTIONS --coverage -pthread)
+endif()
+
+# jy_count_lines(TARGET): the lines of a part of the module, if lines are counted.
+function(jy_count_lines target)
+  if(JY_COVERAGE)
+    target_compile_options(${target} PRIVATE ${JY_COVERAGE_OPTIONS})
+    target_link_options(${target} PUBLIC --coverage)
+  endif()
+endfunction()
+
 # jy_add_layer(NAME sources... USES layers...): one folder of the module as a static library.
 function(jy_add_layer name)
   cmake_parse_arguments(ARG "" "" "SOURCES;USES" ${ARGN})
   add_library(jy_${name} STATIC ${ARG_SOURCES})
   target_link_libraries(jy_${name} PUBLIC jy_options jy_boost ${ARG_USES})
+  jy_count_lines(jy_${name})
 endfunction()
 
 # jy_separate_debug_information(TARGET): moves it into a file beside the library, TARGET.debug, which debuggers find; a
