@@ -45,15 +45,6 @@ void dumpLine(TextBuffer& out, std::span<const unsigned char> bytes) {
 
 } // namespace
 
-TextBuffer& TextBuffer::operator<<(std::string_view text) {
-    if (!text.empty()) {
-        const std::size_t old = text_.size();
-        text_.resize(old + text.size(), boost::container::default_init);
-        std::memcpy(text_.data() + old, text.data(), text.size());
-    }
-    return *this;
-}
-
 TextBuffer& TextBuffer::operator<<(std::wstring_view text) {
     text = text.substr(0, text.find(L'\0'));
     const int count = static_cast<int>(text.size());

@@ -7,6 +7,7 @@
 #include <charconv>
 #include <concepts>
 #include <cstddef>
+#include <cstring>
 #include <span>
 #include <string>
 #include <string_view>
@@ -38,7 +39,15 @@ public:
     std::string str() const { return std::string(view()); }
     bool empty() const { return text_.empty(); }
 
-    TextBuffer& operator<<(std::string_view text);
+    /// Inline, so that a literal, whose size is known, costs a few instructions.
+    TextBuffer& operator<<(std::string_view text) {
+        if (!text.empty()) {
+            const std::size_t old = text_.size();
+            text_.resize(old + text.size(), boost::container::default_init);
+            std::memcpy(text_.data() + old, text.data(), text.size());
+        }
+        return *this;
+    }
     TextBuffer& operator<<(const std::string& text) { return *this << std::string_view(text); }
     /// A null pointer is written as "(null)", here and for wide text.
     TextBuffer& operator<<(const char* text) {

@@ -1,3 +1,4 @@
+#include "tests/support/FileCalls.h"
 #include "tests/support/ImportPatch.h"
 #include "tests/support/MemoryStream.h"
 #include "tests/support/TempFile.h"
@@ -14,6 +15,7 @@ namespace {
 using JY::File;
 using JY::FileStream;
 using JY::Test::Bytes;
+using JY::Test::FileCalls;
 using JY::Test::ImportPatch;
 using JY::Test::MemoryStream;
 using JY::Test::TempFile;
@@ -41,38 +43,6 @@ Bytes readFrom(JY::Stream& stream, std::uint32_t count) {
     buffer.resize(stream.read(buffer.data(), count));
     return buffer;
 }
-
-/// Counts what the system is asked for.
-class CountedCalls {
-public:
-    CountedCalls() {
-        current = this;
-        reads = moves = sizes = 0;
-    }
-
-    inline static unsigned reads = 0;
-    inline static unsigned moves = 0;
-    inline static unsigned sizes = 0;
-
-private:
-    static BOOL WINAPI read(HANDLE file, void* buffer, DWORD count, DWORD* done, OVERLAPPED* overlapped) {
-        ++reads;
-        return current->read_.callOriginal(file, buffer, count, done, overlapped);
-    }
-    static BOOL WINAPI move(HANDLE file, LARGE_INTEGER distance, LARGE_INTEGER* position, DWORD method) {
-        ++moves;
-        return current->move_.callOriginal(file, distance, position, method);
-    }
-    static BOOL WINAPI size(HANDLE file, LARGE_INTEGER* bytes) {
-        ++sizes;
-        return current->size_.callOriginal(file, bytes);
-    }
-
-    inline static CountedCalls* current = nullptr;
-    ImportPatch<decltype(&ReadFile)> read_{"ReadFile", read};
-    ImportPatch<decltype(&SetFilePointerEx)> move_{"SetFilePointerEx", move};
-    ImportPatch<decltype(&GetFileSizeEx)> size_{"GetFileSizeEx", size};
-};
 
 BOOL WINAPI failingSize(HANDLE, LARGE_INTEGER*) {
     SetLastError(ERROR_NOT_READY);
@@ -121,7 +91,7 @@ TEST(JYFileStreamWindow, AnswersEveryCallLikeAStreamWithoutOne) {
 TEST(JYFileStreamWindow, SmallReadsAndMovesNearByAskTheSystemOnce) {
     StreamedFile open(numbered(10'000));
     open.stream.refreshAt(open.file.seek(100));
-    const CountedCalls calls;
+    const FileCalls calls;
     EXPECT_EQ(readFrom(open.stream, 15).size(), 15U);
     open.stream.setLimit(1'000);
     EXPECT_EQ(readFrom(open.stream, 1'000).size(), 1'000U);
@@ -129,58 +99,58 @@ TEST(JYFileStreamWindow, SmallReadsAndMovesNearByAskTheSystemOnce) {
     EXPECT_TRUE(open.stream.seek(100));
     EXPECT_TRUE(open.stream.hasMoreThan(1'019));
     EXPECT_TRUE(open.stream.skip(1'015));
-    EXPECT_EQ(CountedCalls::reads, 1U);
-    EXPECT_EQ(CountedCalls::moves + CountedCalls::sizes, 0U);
+    EXPECT_EQ(FileCalls::reads, 1U);
+    EXPECT_EQ(FileCalls::moves + FileCalls::sizes, 0U);
 }
 
 TEST(JYFileStreamWindow, LargeReadsGoStraightIntoTheBuffer) {
     const Bytes content = numbered(200'000);
     StreamedFile open(content);
     readFrom(open.stream, 15);
-    const CountedCalls calls;
+    const FileCalls calls;
     const Bytes rest = readFrom(open.stream, 150'000);
     EXPECT_EQ(rest, Bytes(content.begin() + 15, content.begin() + 150'015));
-    EXPECT_EQ(CountedCalls::reads, 1U);
-    EXPECT_EQ(CountedCalls::moves, 0U);
+    EXPECT_EQ(FileCalls::reads, 1U);
+    EXPECT_EQ(FileCalls::moves, 0U);
 }
 
 TEST(JYFileStreamWindow, WalkForwardsOverSmallTagsNeedsFarFewerCallsThanTags) {
     StreamedFile open(numbered(2'000'000));
     open.stream.refreshAt(open.file.seek(0));
-    const CountedCalls calls;
+    const FileCalls calls;
     unsigned tags = 0;
     for (; open.stream.hasMoreThan(1'020); ++tags) {
         readFrom(open.stream, 15);
         open.stream.skip(985);
     }
     EXPECT_EQ(tags, 1'999U);
-    EXPECT_LT(CountedCalls::reads + CountedCalls::moves + CountedCalls::sizes, tags / 10);
+    EXPECT_LT(FileCalls::reads + FileCalls::moves + FileCalls::sizes, tags / 10);
 }
 
 TEST(JYFileStreamWindow, WalkBackwardsNeedsFarFewerCallsThanTags) {
     StreamedFile open(numbered(2'000'000));
     open.stream.refreshAt(open.file.seek(1'999'000));
-    const CountedCalls calls;
+    const FileCalls calls;
     unsigned tags = 0;
     do {
         readFrom(open.stream, 15);
         ++tags;
     } while (open.stream.skip(-1'015));
     EXPECT_EQ(tags, 2'000U);
-    EXPECT_LT(CountedCalls::reads + CountedCalls::moves + CountedCalls::sizes, tags / 5);
+    EXPECT_LT(FileCalls::reads + FileCalls::moves + FileCalls::sizes, tags / 5);
 }
 
 TEST(JYFileStreamWindow, JumpsOverLargeTagsReadOnceEach) {
     StreamedFile open(numbered(2'000'000));
     open.stream.refreshAt(open.file.seek(0));
-    const CountedCalls calls;
+    const FileCalls calls;
     unsigned tags = 0;
     for (; open.stream.hasMoreThan(100'000); ++tags) {
         readFrom(open.stream, 15);
         open.stream.skip(99'985);
     }
     EXPECT_EQ(tags, 19U);
-    EXPECT_EQ(CountedCalls::reads, tags);
+    EXPECT_EQ(FileCalls::reads, tags);
 }
 
 TEST(JYFileStreamWindow, RefreshedStreamSeesWhatOthersHaveWritten) {
