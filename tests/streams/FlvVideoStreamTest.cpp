@@ -11,6 +11,7 @@ using namespace JY;
 using namespace JY::Test;
 using namespace JY::Pictaro::Fs;
 using Pictaro::TimePosition;
+using testing::ElementsAre;
 using testing::HasSubstr;
 
 const Bytes slice = {0x41, 1, 2, 3, 4};
@@ -168,6 +169,90 @@ TEST_F(FlvVideoStreamTest, RecordsItsEnd) {
     parser.clearHandler();
     stream.Reset();
     EXPECT_EQ(log.count("ENTER: JY::Pictaro::Fs::FlvVideoStream::~FlvVideoStream"), 1U);
+}
+
+/// A handler that tells what happens to it.
+class FakeHandler final : public VideoDataHandler {
+public:
+    FakeHandler(std::uint8_t codecId, std::string name, std::vector<std::string>& happened)
+        : VideoDataHandler(codecId), name_(std::move(name)), happened_(happened) {
+        happened_.push_back("new " + name_);
+    }
+    ~FakeHandler() override { happened_.push_back("delete " + name_); }
+
+    void handle(Stream& reader, StreamSource&, FlvStream&, const FlvTag& tag, const FlvVideoTag& header) override {
+        happened_.push_back(name_ + " handles codec " + std::to_string(header.getCodecId()) + " at " +
+                            std::to_string(tag.getTimestamp()) + ", byte " + std::to_string(reader.tell()));
+    }
+    TimePosition getLastTimePosition() const override { return {}; }
+
+private:
+    std::string name_;
+    std::vector<std::string>& happened_;
+};
+
+/// Makes fake handlers that carry the codec asked for.
+class StreamWithFakeHandlers final : public FlvVideoStream {
+public:
+    using FlvVideoStream::FlvVideoStream;
+
+    std::vector<std::string>* happened = nullptr;
+
+protected:
+    std::unique_ptr<VideoDataHandler> createHandler(std::uint8_t codecId) const override {
+        return std::make_unique<FakeHandler>(codecId, std::to_string(++count_), *happened);
+    }
+
+private:
+    mutable int count_ = 0;
+};
+
+class FakeVideoHandlersTest : public StreamTest {
+protected:
+    FakeVideoHandlersTest() {
+        stream->happened = &happened;
+        parser.addHandler(*stream.Get());
+    }
+
+    void read(const FlvBuilder& file) {
+        parser.open(file.build());
+        while (parser.readOneTag()) {
+        }
+    }
+
+    std::vector<std::string> happened;
+    ComPtr<StreamWithFakeHandlers> stream = createStream<StreamWithFakeHandlers>();
+};
+
+TEST_F(FakeVideoHandlersTest, MakesAHandlerForTheFirstTagAndReusesItWhileTheCodecStays) {
+    read(FlvBuilder().videoTag(1, FlvBuilder::key, 2, {1}).videoTag(2, FlvBuilder::inter, 2, {1}));
+    EXPECT_THAT(happened, ElementsAre("new 1", "1 handles codec 2 at 1, byte 25", "1 handles codec 2 at 2, byte 42"));
+}
+
+TEST_F(FakeVideoHandlersTest, ReplacesTheHandlerAtTheFirstTagOfAnotherCodec) {
+    read(FlvBuilder().videoTag(1, FlvBuilder::key, 2, {}).avcEndOfSequence(2).videoTag(3, FlvBuilder::key, 2, {}));
+    EXPECT_THAT(happened,
+                ElementsAre("new 1", "1 handles codec 2 at 1, byte 25", "new 2", "delete 1",
+                            "2 handles codec 7 at 2, byte 45", "new 3", "delete 2", "3 handles codec 2 at 3, byte 61"));
+}
+
+TEST_F(FakeVideoHandlersTest, MakesNoHandlerToLookAtATag) {
+    MemoryStream file(FlvBuilder().avcEndOfSequence(0).build());
+    file.seek(9);
+    FlvTag tag(file);
+    tag.read();
+    EXPECT_TRUE(stream->isRandomAccessPoint(file, tag));
+    EXPECT_THAT(happened, ElementsAre());
+}
+
+TEST_F(FakeVideoHandlersTest, DeletesItsHandlerBeforeItEnds) {
+    read(FlvBuilder().videoTag(1, FlvBuilder::key, 2, {}));
+    happened.clear();
+    log.clear();
+    stream.Reset();
+    EXPECT_THAT(happened, ElementsAre("delete 1"));
+    EXPECT_THAT(log.messages(true), testing::IsSupersetOf({"ENTER: JY::Pictaro::Fs::FlvVideoStream::~FlvVideoStream",
+                                                           "EXIT: JY::Pictaro::Fs::FlvVideoStream::~FlvVideoStream"}));
 }
 
 // isRandomAccessPoint

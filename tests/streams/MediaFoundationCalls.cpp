@@ -1,5 +1,6 @@
 #include "tests/streams/MediaFoundationCalls.h"
 
+#include "tests/streams/MediaFoundationObjects.h"
 #include "tests/support/ImportPatch.h"
 
 #include <mfapi.h>
@@ -9,8 +10,8 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
-#include <optional>
 #include <utility>
+#include <vector>
 
 namespace JY::Test {
 
@@ -25,16 +26,24 @@ struct Fault {
     unsigned after;
 };
 
-std::optional<Fault> fault;
+std::vector<Fault> faults;
 std::vector<DWORD> bufferSizes;
+bool areObjectsKept = false;
+std::vector<ComPtr<IUnknown>> keptObjects;
+
+Fault* faultOf(Call call) {
+    const auto found = std::ranges::find(faults, call, &Fault::call);
+    return found != faults.end() ? &*found : nullptr;
+}
 
 bool isToFail(Call call) {
-    return fault && fault->call == call;
+    return faultOf(call) != nullptr;
 }
 
 /// S_OK, or the failure that the call is to have this time.
 HRESULT faultNow(Call call) {
-    if (!isToFail(call)) {
+    Fault* const fault = faultOf(call);
+    if (fault == nullptr) {
         return S_OK;
     }
     if (fault->after != 0) {
@@ -45,8 +54,10 @@ HRESULT faultNow(Call call) {
 }
 
 /// Takes the place of a method, whatever its arguments. Also of an object that outlives the fault.
+template <Call call>
 HRESULT STDMETHODCALLTYPE fail(void*) {
-    return fault ? fault->result : E_UNEXPECTED;
+    const Fault* const fault = faultOf(call);
+    return fault != nullptr ? fault->result : E_UNEXPECTED;
 }
 
 /// The methods of the interfaces of Media Foundation as they lie in their tables.
@@ -70,15 +81,17 @@ template <class Interface>
 void** ownMethods(Interface& object) {
     static std::array<void*, methodCount<Interface>> methods;
     void**& table = *reinterpret_cast<void***>(&object);
-    std::copy_n(table, methods.size(), methods.begin());
-    table = methods.data();
+    if (table != methods.data()) {
+        std::copy_n(table, methods.size(), methods.begin());
+        table = methods.data();
+    }
     return table;
 }
 
-template <class Interface>
-void failIf(Call call, Interface& object, std::size_t slot) {
+template <Call call, class Interface>
+void failIf(Interface& object, std::size_t slot) {
     if (isToFail(call)) {
-        ownMethods(object)[slot] = reinterpret_cast<void*>(fail);
+        ownMethods(object)[slot] = reinterpret_cast<void*>(fail<call>);
     }
 }
 
@@ -122,12 +135,15 @@ Seam seam;
 /// Calls Media Foundation, and lets `prepare(object)` see what it made.
 template <class Create, class Interface, class Prepare>
 HRESULT create(Call call, const Create& original, Interface** result, const Prepare& prepare) {
-    if (isToFail(call)) {
+    if (const Fault* const fault = faultOf(call)) {
         return fault->result;
     }
     const HRESULT outcome = original();
     if (SUCCEEDED(outcome)) {
         prepare(**result);
+        if (areObjectsKept) {
+            keptObjects.emplace_back(*result);
+        }
     }
     return outcome;
 }
@@ -152,12 +168,12 @@ HRESULT STDAPICALLTYPE Seam::createStreamDescriptor(DWORD id, DWORD count, IMFMe
         Call::createStreamDescriptor,
         [&] { return seam.createStreamDescriptor_.callOriginal(id, count, types, result); }, result,
         [](IMFStreamDescriptor& descriptor) {
-            failIf(Call::getMediaTypeHandler, descriptor, 34);
             if (isToFail(Call::setCurrentMediaType)) {
                 ComPtr<IMFMediaTypeHandler> handler; // a part of the descriptor
                 descriptor.GetMediaTypeHandler(handler.GetAddressOf());
-                failIf(Call::setCurrentMediaType, *handler.Get(), 6);
+                failIf<Call::setCurrentMediaType>(*handler.Get(), 6);
             }
+            failIf<Call::getMediaTypeHandler>(descriptor, 34);
         });
 }
 
@@ -166,9 +182,9 @@ HRESULT STDAPICALLTYPE Seam::createMemoryBuffer(DWORD size, IMFMediaBuffer** res
     return create(
         Call::createMemoryBuffer, [&] { return seam.createMemoryBuffer_.callOriginal(size, result); }, result,
         [](IMFMediaBuffer& buffer) {
-            failIf(Call::lockBuffer, buffer, 3);
-            failIf(Call::unlockBuffer, buffer, 4);
-            failIf(Call::setCurrentLength, buffer, 6);
+            failIf<Call::lockBuffer>(buffer, 3);
+            failIf<Call::unlockBuffer>(buffer, 4);
+            failIf<Call::setCurrentLength>(buffer, 6);
         });
 }
 
@@ -176,10 +192,10 @@ HRESULT STDAPICALLTYPE Seam::createSample(IMFSample** result) {
     return create(
         Call::createSample, [&] { return seam.createSample_.callOriginal(result); }, result,
         [](IMFSample& sample) {
-            failIf(Call::setUnknown, sample, 27);
-            failIf(Call::setSampleTime, sample, 36);
-            failIf(Call::setSampleDuration, sample, 38);
-            failIf(Call::addBuffer, sample, 42);
+            failIf<Call::setUnknown>(sample, 27);
+            failIf<Call::setSampleTime>(sample, 36);
+            failIf<Call::setSampleDuration>(sample, 38);
+            failIf<Call::addBuffer>(sample, 42);
         });
 }
 
@@ -187,23 +203,46 @@ HRESULT STDAPICALLTYPE Seam::createEventQueue(IMFMediaEventQueue** result) {
     return create(
         Call::createEventQueue, [&] { return seam.createEventQueue_.callOriginal(result); }, result,
         [](IMFMediaEventQueue& queue) {
-            failIf(Call::queueEventParamVar, queue, 7);
-            failIf(Call::queueEventParamUnk, queue, 8);
+            failIf<Call::queueEventParamVar>(queue, 7);
+            failIf<Call::queueEventParamUnk>(queue, 8);
         });
 }
 
 } // namespace
 
 MediaFoundationFault::MediaFoundationFault(MediaFoundationCall call, HRESULT result, unsigned after) {
-    fault = {call, result, after};
+    faults.push_back({call, result, after});
 }
 
 MediaFoundationFault::~MediaFoundationFault() {
-    fault.reset();
+    faults.pop_back();
 }
 
 std::vector<DWORD> takeBufferSizes() {
     return std::exchange(bufferSizes, {});
+}
+
+MediaFoundationObjects::MediaFoundationObjects() {
+    areObjectsKept = true;
+}
+
+MediaFoundationObjects::~MediaFoundationObjects() {
+    areObjectsKept = false;
+    keptObjects.clear();
+}
+
+std::size_t MediaFoundationObjects::count() {
+    return keptObjects.size();
+}
+
+// The youngest first: it may hold older ones.
+std::size_t MediaFoundationObjects::releaseAll() {
+    std::size_t held = 0;
+    while (!keptObjects.empty()) {
+        held += keptObjects.back().Reset() != 0 ? 1 : 0;
+        keptObjects.pop_back();
+    }
+    return held;
 }
 
 } // namespace JY::Test

@@ -30,7 +30,7 @@ enum class MediaFoundationCall {
 };
 
 /// Lets a call fail for as long as the object lives, the first `after` times excepted; these count for `setAttribute`
-/// alone. One at a time.
+/// alone. Several, each for another call, end together or in the opposite order.
 class MediaFoundationFault {
 public:
     MediaFoundationFault(MediaFoundationCall call, HRESULT result, unsigned after = 0);
