@@ -3,7 +3,9 @@
 #include "com/InterfaceQuery.h"
 #include "log/CoreImpl.h"
 #include "tests/support/LogCapture.h"
+#include "tests/support/Slot.h"
 #include "util/ErrorException.h"
+#include "util/Lock.h"
 
 #include <boost/make_shared.hpp>
 
@@ -21,6 +23,7 @@ using namespace JY;
 using namespace JY::Pictaro;
 using Microsoft::WRL::ComPtr;
 using Test::LogCapture;
+using Test::slotOf;
 using testing::ElementsAre;
 
 constexpr SourceFile here{"ComUnknownBaseTest"};
@@ -53,6 +56,11 @@ public:
 private:
     bool& destroyed_;
 };
+
+TEST(ModuleLock, HasItsOperationsInTheirOrder) {
+    EXPECT_EQ(slotOf(&Lock::lock), 0U);
+    EXPECT_EQ(slotOf(&Lock::unlock), 1U);
+}
 
 TEST_F(ModuleUsageCounterTest, CallsItsActionsWhenTheCountLeavesAndReturnsToZero) {
     counter.obtain();
@@ -102,6 +110,8 @@ void awaitTrue(const std::atomic<bool>& flag) {
 }
 
 TEST_F(ModuleUsageCounterTest, SecondObjectWaitsForTheFirstObtainAction) {
+    actionIsRunning = false;
+    actionMayEnd = false;
     counter.setActions(
         [] {
             ++firstObtains;
@@ -125,6 +135,34 @@ TEST_F(ModuleUsageCounterTest, SecondObjectWaitsForTheFirstObtainAction) {
     EXPECT_TRUE(secondObtained);
     EXPECT_EQ(firstObtains, 1U);
     EXPECT_EQ(counter.count(), 2U);
+}
+
+TEST_F(ModuleUsageCounterTest, NextObjectWaitsForTheLastReleaseAction) {
+    actionIsRunning = false;
+    actionMayEnd = false;
+    counter.setActions([] { ++firstObtains; },
+                       [] {
+                           actionIsRunning = true;
+                           awaitTrue(actionMayEnd);
+                           ++lastReleases;
+                       });
+    counter.obtain();
+    std::atomic<bool> obtainedAgain = false;
+    std::jthread last([&] { counter.release(); });
+    awaitTrue(actionIsRunning);
+    std::jthread next([&] {
+        counter.obtain();
+        obtainedAgain = true;
+    });
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    EXPECT_FALSE(obtainedAgain);
+    EXPECT_EQ(firstObtains, 1U);
+    actionMayEnd = true;
+    last.join();
+    next.join();
+    EXPECT_EQ(lastReleases, 1U);
+    EXPECT_EQ(firstObtains, 2U);
+    EXPECT_EQ(counter.count(), 1U);
 }
 
 TEST_F(ModuleUsageCounterTest, ReleasesTheLockWhenTheLastReleaseActionThrows) {
@@ -263,6 +301,20 @@ TEST_F(ComUnknownBaseTest, CountsReferencesExactlyUnderManyThreads) {
     }
     EXPECT_EQ(object->AddRef(), 2U);
     object->Release();
+}
+
+TEST_F(ComUnknownBaseTest, HasTheInterfacesFunctionsAndThenItsDestructorInItsTable) {
+    class Factory : public ComUnknownBase<IClassFactory> {
+    public:
+        virtual void firstOfItsOwn() = 0;
+    };
+    using Query = HRESULT STDMETHODCALLTYPE(REFIID, void**);
+    EXPECT_EQ((slotOf<Query, IUnknown>(&Factory::QueryInterface)), 0U);
+    EXPECT_EQ(slotOf(&Factory::AddRef), 1U);
+    EXPECT_EQ(slotOf(&Factory::Release), 2U);
+    EXPECT_EQ(slotOf(&Factory::CreateInstance), 3U);
+    EXPECT_EQ(slotOf(&Factory::LockServer), 4U);
+    EXPECT_EQ(slotOf(&Factory::firstOfItsOwn), 7U); // behind the destructor, which has two
 }
 
 TEST_F(ComUnknownBaseTest, AnswersAKnownInterfaceWithAReference) {

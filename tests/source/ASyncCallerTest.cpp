@@ -5,6 +5,7 @@
 #include "tests/source/MediaFoundationSeam.h"
 #include "tests/support/Faults.h"
 #include "tests/support/LogCapture.h"
+#include "tests/support/MethodTraces.h"
 #include "tests/support/TimeLimit.h"
 #include "util/ErrorException.h"
 
@@ -226,12 +227,24 @@ TEST_F(ASyncCallerTest, ReleasesOutsideItsLockWhatItCouldNotQueue) {
     EXPECT_EQ(asking.references(), 0U);
 }
 
-TEST_F(ASyncCallerTest, TracesItsCalls) {
+TEST_F(ASyncCallerTest, QueuesOnTheMultithreadedQueue) {
+    takeWorkQueues();
     EXPECT_EQ(owner->caller.doCallAsync(nullptr), S_OK);
-    ASSERT_TRUE(becomesTrue([this] { return log.contains("EXIT: ") && log.contains("No callback return."); }));
-    EXPECT_EQ(log.find("::doCallAsync").severity, Severity::trace);
-    EXPECT_TRUE(log.find("::doCallAsync").message.starts_with("ENTER: JY::Pictaro::Fs::AsyncCaller<"));
-    EXPECT_TRUE(log.contains("::Invoke"));
+    EXPECT_EQ(owner->caller.doCallAsync(&callback, &state, nullptr), S_OK);
+    EXPECT_EQ(takeWorkQueues(), (std::vector<DWORD>{5, 5}));
+    EXPECT_TRUE(callback.becomesCalled());
+    EXPECT_TRUE(callback.becomesForgotten());
+    EXPECT_TRUE(state.becomesUnreferenced());
+}
+
+TEST_F(ASyncCallerTest, TracesEachOfItsMethods) {
+    void* result = nullptr;
+    const MediaFoundationFault queueless(MediaFoundationCall::putWorkItem, E_ACCESSDENIED);
+    expectMethodTraces(log, typeid(owner->caller), "ASyncCaller",
+                       {{"QueryInterface", [&] { owner->caller.QueryInterface(IID_IClassFactory, &result); }},
+                        {"GetParameters", [&] { owner->caller.GetParameters(nullptr, nullptr); }},
+                        {"doCallAsync", [&] { owner->caller.doCallAsync(nullptr); }},
+                        {"Invoke", [&] { invoke(nullptr); }}});
 }
 
 TEST_F(ASyncCallerTest, RecordsAFaultOfTheCalleeAndLeavesTheHostAlive) {

@@ -58,6 +58,23 @@ private:
 /// An object without a meaning of its own: a state or a token.
 class ClientState final : public ClientObject<IUnknown> {};
 
+/// A token through which a client comes back while a sample is being sent, under the source lock.
+class CallingToken final : public ClientObject<IUnknown> {
+public:
+    explicit CallingToken(std::function<void()> call) : call_(std::move(call)) {}
+    ULONG STDMETHODCALLTYPE AddRef() override {
+        const ULONG count = ClientObject::AddRef();
+        if (++addedReferences_ == 2) { // the first is the stream's own, the second the sample's
+            call_();
+        }
+        return count;
+    }
+
+private:
+    std::function<void()> call_;
+    unsigned addedReferences_ = 0;
+};
+
 /// A callback that keeps the last result that it was called with. Any thread.
 class ClientCallback final : public ClientObject<IMFAsyncCallback> {
 public:

@@ -70,6 +70,23 @@ TEST_F(ComParamBaseTest, AnswersForIUnknownOnly) {
     EXPECT_EQ(result, nullptr);
 }
 
+TEST_F(ComParamBaseTest, AddsTheReferenceThroughTheObjectsOwnTable) {
+    class Counting final : public ComParamBase {
+    public:
+        ULONG STDMETHODCALLTYPE AddRef() override {
+            ++added;
+            return ComParamBase::AddRef();
+        }
+        unsigned added = 0;
+    };
+    const auto param = createParam<Counting>();
+    param->added = 0;
+    void* result = nullptr;
+    EXPECT_EQ(param->QueryInterface(IID_IUnknown, &result), S_OK);
+    EXPECT_EQ(param->added, 1U);
+    EXPECT_EQ(param->Release(), 1U);
+}
+
 TEST_F(ComParamBaseTest, RefusesANullResultPointer) {
     const auto param = createParam<Param>(destroyed);
     EXPECT_EQ(param->QueryInterface(IID_IUnknown, nullptr), E_INVALIDARG);

@@ -1,8 +1,11 @@
 #include "source/FlvByteStreamHandlerImpl.h"
 #include "source/FlvSourceImpl.h"
 #include "tests/source/SourceTest.h"
+#include "tests/support/ExhaustedMemory.h"
+#include "tests/support/MethodTraces.h"
 
 #include <mferror.h>
+#include <shlwapi.h>
 
 #include <map>
 
@@ -29,11 +32,6 @@ protected:
     }
 
     static std::wstring urlOf(const std::wstring& path) { return L"file://" + path; }
-    static std::string narrow(const std::wstring& text) {
-        TextBuffer buffer;
-        buffer << text;
-        return buffer.str();
-    }
     HRESULT begin(LPCWSTR url, DWORD flags = mediaSource) {
         return handler->BeginCreateObject(byteStream(), url, flags, nullptr, nullptr, &callback, &state);
     }
@@ -111,6 +109,39 @@ TEST_F(FlvByteStreamHandlerTest, BuildsTheSourceOnAThreadOfTheWorkQueue) {
     const CapturedRecord record = log.find("ENTER: JY::Pictaro::Fs::FlvByteStreamHandlerImpl::doCreateObject");
     EXPECT_EQ(record.severity, Severity::trace);
     EXPECT_NE(record.threadId, GetCurrentThreadId());
+    EXPECT_EQ(log.count(Severity::trace, "EXIT: JY::Pictaro::Fs::FlvByteStreamHandlerImpl::doCreateObject"), 1U);
+}
+
+TEST_F(FlvByteStreamHandlerTest, QueuesOnTheMultithreadedQueue) {
+    takeWorkQueues();
+    ASSERT_EQ(begin(urlOf(write(media().build()))), S_OK);
+    EXPECT_EQ(takeWorkQueues(), std::vector<DWORD>{5});
+    EXPECT_TRUE(callback.becomesCalled());
+}
+
+TEST_F(FlvByteStreamHandlerTest, TracesEachOfItsMethods) {
+    void* unknown = nullptr;
+    QWORD bytesNeeded = 0;
+    MF_OBJECT_TYPE type = MF_OBJECT_INVALID;
+    ComPtr<IUnknown> object;
+    ClientAsyncResult result;
+    result.getObjectResult = MF_E_NOT_FOUND;
+    expectMethodTraces(log, typeid(FlvByteStreamHandlerImpl), "FlvByteStreamHandler",
+                       {{"QueryInterface", [&] { handler->QueryInterface(IID_IClassFactory, &unknown); }},
+                        {"BeginCreateObject", [&] { begin(L"file://C:\\missing.flv"); }},
+                        {"EndCreateObject", [&] { handler->EndCreateObject(&result, &type, object.GetAddressOf()); }},
+                        {"CancelObjectCreation", [&] { handler->CancelObjectCreation(nullptr); }},
+                        {"GetMaxNumberOfBytesRequiredForResolution",
+                         [&] { handler->GetMaxNumberOfBytesRequiredForResolution(&bytesNeeded); }}});
+}
+
+TEST_F(FlvByteStreamHandlerTest, LooksAtNeitherThePropertiesNorTheCookie) {
+    const std::wstring url = urlOf(write(media().build()));
+    ASSERT_EQ(handler->BeginCreateObject(byteStream(), url.c_str(), mediaSource, reinterpret_cast<IPropertyStore*>(8),
+                                         reinterpret_cast<IUnknown**>(8), &callback, &state),
+              S_OK);
+    ComPtr<IUnknown> object;
+    EXPECT_EQ(end(object), S_OK);
 }
 
 TEST_F(FlvByteStreamHandlerTest, HandsOutNoCancelCookie) {
@@ -206,9 +237,19 @@ TEST_F(FlvByteStreamHandlerTest, RefusesAPlainPath) {
     EXPECT_TRUE(log.contains("PathCreateFromUrl URL=" + narrow(path)));
 }
 
-TEST_F(FlvByteStreamHandlerTest, RefusesAUrlThatIsLongerThanAPath) {
-    EXPECT_TRUE(FAILED(begin(urlOf(L"C:\\" + std::wstring(300, L'a') + L".flv"))));
-    EXPECT_TRUE(log.contains("PathCreateFromUrl URL=file://C:\\aaa"));
+TEST_F(FlvByteStreamHandlerTest, TakesAPathOfAsManyCharactersAsThePlatformHolds) {
+    const auto urlOfLength = [](std::size_t length) { return urlOf(L"C:\\" + std::wstring(length - 3, L'a')); };
+    EXPECT_EQ(begin(urlOfLength(259)), E_FAIL);
+    EXPECT_TRUE(log.contains("File not found.=C:\\aaa"));
+    EXPECT_EQ(handler->filePath().size(), 259U);
+
+    const std::wstring tooLong = urlOfLength(260);
+    wchar_t path[260];
+    DWORD length = 260;
+    const HRESULT refusal = PathCreateFromUrlW(tooLong.c_str(), path, &length, 0);
+    ASSERT_TRUE(FAILED(refusal));
+    EXPECT_EQ(begin(tooLong), refusal);
+    EXPECT_TRUE(log.contains("PathCreateFromUrl URL=" + narrow(tooLong) + ": (0x"));
 }
 
 TEST_F(FlvByteStreamHandlerTest, DecodesTheUrl) {
@@ -304,6 +345,20 @@ TEST_F(FlvByteStreamHandlerTest, CompletesWithoutAnObjectForAFileWithoutAStream)
     EXPECT_TRUE(FAILED(end(object)));
     EXPECT_TRUE(log.contains("class JY::ErrorException, No stream. @FlvSource:"));
     EXPECT_TRUE(becomesTrue([this] { return counter.count() == 1; }));
+}
+
+TEST_F(FlvByteStreamHandlerTest, CompletesWithoutAnObjectWhenThereIsNoMemoryForTheSource) {
+    const std::wstring path = write(media().build());
+    ComPtr<IUnknown> object;
+    {
+        const ExhaustedMemory exhausted;
+        ASSERT_EQ(begin(urlOf(path)), S_OK);
+        EXPECT_TRUE(FAILED(end(object)));
+    }
+    EXPECT_EQ(log.count(Severity::fatal, "pSource is NULL."), 1U);
+    EXPECT_EQ(LogCapture::snapshots(), 1U);
+    EXPECT_EQ(log.find("(*callee): (0x8007000e;").severity, Severity::warn);
+    EXPECT_EQ(log.count(Severity::notice, "File=" + narrow(path)), 1U);
 }
 
 TEST_F(FlvByteStreamHandlerTest, RecordsAFaultWhileASourceIsBuiltAndLeavesTheHostAlive) {

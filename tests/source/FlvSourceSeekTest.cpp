@@ -2,6 +2,8 @@
 
 #include <mferror.h>
 
+#include <limits>
+
 namespace {
 
 using namespace JY;
@@ -152,17 +154,25 @@ TEST_F(FlvSourceSeekTest, FailsWithoutATransitionWhenTheIndexPointsOutOfTheFile)
     EXPECT_EQ(seekTo(11), 11000); // nothing is left that the next start trips over
 }
 
-TEST_F(FlvSourceSeekTest, SurvivesAnIndexOfImpossibleNumbers) {
-    for (const double position : {9.3e18, -9.3e18, 1e300, 1e9}) {
-        source = open(media(MetaData::typical().keyframes({0}, {position})));
-        seekTo(1);
-        if (source->getStateId() == SourceStateId::started) {
-            EXPECT_EQ(source->Stop(), S_OK);
-        }
-        settings.set(L"SeekByMetaData", 0);
-        source->QueueEvent(MEError, GUID_NULL, S_OK, nullptr);
+TEST_F(FlvSourceSeekTest, FailsWithoutATransitionWhenTheIndexHoldsImpossibleNumbers) {
+    for (const double position : {9.3e18, -9.3e18, 1e300, -1.0, std::numeric_limits<double>::quiet_NaN()}) {
         settings.set(L"SeekByMetaData", 1);
+        source = open(media(MetaData::typical().keyframes({0}, {position})));
+        EXPECT_EQ(seekTo(1), std::nullopt) << position;
+        EXPECT_EQ(log.find("SetFilePointerEx").severity, Severity::error) << position;
+        EXPECT_EQ(source->getStateId(), SourceStateId::stopped) << position;
+        EXPECT_TRUE(events.take().empty()) << position;
+        settings.set(L"SeekByMetaData", 0);
+        EXPECT_EQ(seekTo(11), 11000) << position;
+        events.take();
     }
+}
+
+TEST_F(FlvSourceSeekTest, HasNoSampleWhenTheIndexPointsBehindTheFile) {
+    source = open(media(MetaData::typical().keyframes({0}, {1e9})));
+    EXPECT_EQ(seekTo(1), std::nullopt);
+    EXPECT_EQ(source->getStateId(), SourceStateId::started);
+    EXPECT_EQ(log.find("Too short FlvTag.").severity, Severity::error);
 }
 
 TEST_F(FlvSourceSeekTest, PassesOnASettingThatCannotBeRead) {
@@ -175,11 +185,24 @@ TEST_F(FlvSourceSeekTest, PassesOnASettingThatCannotBeRead) {
 
 TEST_F(FlvSourceSeekTest, TakesAnyPosition) {
     openIndexed({0, 8, 20});
-    for (const LONGLONG position : {-1LL, INT64_MIN, INT64_MAX, 1LL << 40}) {
+    const struct {
+        LONGLONG position;
+        const char* event;
+        LONGLONG milliseconds; ///< of the video sample that follows
+    } cases[] = {{-1, "source MESourceStarted -1", 0},
+                 {INT64_MIN, "source MESourceSeeked -9223372036854775808", 0},
+                 {INT64_MAX, "source MESourceSeeked 9223372036854775807", 25000},
+                 {200'000'000, "source MESourceSeeked 200000000", 20000}};
+    for (const auto& [position, event, milliseconds] : cases) {
         ASSERT_EQ(start(*source.Get(), Position(position)), S_OK);
+        EXPECT_EQ(source->getStateId(), SourceStateId::started);
+        EXPECT_EQ(events.take().back(), event);
+        if (video == nullptr) {
+            video = announcedStream(*source.Get(), videoId);
+        }
+        EXPECT_EQ(requestSample(*video.Get()), milliseconds) << event;
+        events.take();
     }
-    EXPECT_EQ(source->Stop(), S_OK);
-    EXPECT_EQ(seekTo(11), 8000);
 }
 
 } // namespace

@@ -6,7 +6,6 @@
 #include <mferror.h>
 
 #include <atomic>
-#include <functional>
 #include <thread>
 
 namespace {
@@ -290,23 +289,6 @@ TEST_F(FlvSourceShutdownTest, WaitsForAQueuedStartThatKeepsTheSourceAlive) {
     EXPECT_TRUE(becomesTrue([this] { return counter.count() == 0; }));
     EXPECT_EQ(events.take().size(), 5U);
 }
-
-/// A token through which a client comes back while a sample is being sent.
-class CallingToken final : public ClientObject<IUnknown> {
-public:
-    explicit CallingToken(std::function<void()> call) : call_(std::move(call)) {}
-    ULONG STDMETHODCALLTYPE AddRef() override {
-        const ULONG count = ClientObject::AddRef();
-        if (++addedReferences_ == 2) { // the first is the stream's own, the second the sample's
-            call_();
-        }
-        return count;
-    }
-
-private:
-    std::function<void()> call_;
-    unsigned addedReferences_ = 0;
-};
 
 TEST_F(FlvSourceShutdownTest, IsWhatAStreamFindsWhoseSourceIsBeingDestroyed) {
     play();

@@ -141,18 +141,6 @@ std::string describe(const PROPVARIANT* value) {
     return " vt=" + std::to_string(value->vt);
 }
 
-std::string describe(IMFMediaEvent& event) {
-    PROPVARIANT value{};
-    event.GetValue(&value);
-    std::string text = describe(&value);
-    PropVariantClear(&value);
-    UINT64 start = 0;
-    if (event.GetUINT64(MF_EVENT_SOURCE_ACTUAL_START, &start) == S_OK) {
-        text += " actual=" + std::to_string(start);
-    }
-    return text;
-}
-
 /// What is sent with another extended type or status than usual shows it.
 std::string describeHead(REFGUID extendedType, HRESULT status) {
     std::string text;
@@ -161,6 +149,22 @@ std::string describeHead(REFGUID extendedType, HRESULT status) {
     }
     if (status != S_OK) {
         text += " status=" + std::to_string(status);
+    }
+    return text;
+}
+
+std::string describe(IMFMediaEvent& event) {
+    GUID extendedType = GUID_NULL;
+    HRESULT status = S_OK;
+    PROPVARIANT value{};
+    event.GetExtendedType(&extendedType);
+    event.GetStatus(&status);
+    event.GetValue(&value);
+    std::string text = describeHead(extendedType, status) + describe(&value);
+    PropVariantClear(&value);
+    UINT64 start = 0;
+    if (event.GetUINT64(MF_EVENT_SOURCE_ACTUAL_START, &start) == S_OK) {
+        text += " actual=" + std::to_string(start);
     }
     return text;
 }
@@ -252,6 +256,11 @@ public:
         }
     }
 
+    std::vector<DWORD> takeWorkQueues() {
+        const std::lock_guard guard(seamMutex);
+        return std::exchange(workQueues_, {});
+    }
+
 private:
     /// A work item as Media Foundation itself keeps it, so that its state is counted there alone.
     struct HeldItem {
@@ -268,16 +277,18 @@ private:
         "MFCreatePresentationDescriptor", createPresentationDescriptor};
     bool isHolding_ = false;
     std::vector<HeldItem> held_;
+    std::vector<DWORD> workQueues_;
 };
 
 Seam seam;
 
 HRESULT STDAPICALLTYPE Seam::putWorkItem(DWORD queue, IMFAsyncCallback* callback, IUnknown* state) {
     const HRESULT fault = faultNow(MediaFoundationCall::putWorkItem);
+    const std::lock_guard guard(seamMutex);
+    seam.workQueues_.push_back(queue);
     if (FAILED(fault)) {
         return fault;
     }
-    const std::lock_guard guard(seamMutex);
     if (!seam.isHolding_) {
         return seam.putWorkItem_.callOriginal(queue, callback, state);
     }
@@ -351,6 +362,10 @@ WorkItemHold::WorkItemHold() {
 
 WorkItemHold::~WorkItemHold() {
     seam.release();
+}
+
+std::vector<DWORD> takeWorkQueues() {
+    return seam.takeWorkQueues();
 }
 
 EventLog::EventLog(std::vector<std::string> queueNames) {

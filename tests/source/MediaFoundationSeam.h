@@ -49,6 +49,10 @@ public:
     ~WorkItemHold();
 };
 
+/// The queues that work items have been given to since the last call, in order, whether or not they were taken. Any
+/// thread.
+std::vector<DWORD> takeWorkQueues();
+
 /// Keeps the events that are sent while it lives through the event queues made while it lives, in order over all
 /// queues. The queues are called by the names given, in the order in which they are made. Any thread.
 class EventLog {

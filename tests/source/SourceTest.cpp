@@ -19,6 +19,15 @@ bool isEndOfStart(const CapturedRecord& record) {
     return record.message.starts_with("EXIT: ") && record.message.ends_with("::Invoke");
 }
 
+ComPtr<IMFStreamDescriptor> makeStreamDescriptor(DWORD streamId) {
+    ComPtr<IMFMediaType> type;
+    MFCreateMediaType(type.GetAddressOf());
+    IMFMediaType* types[] = {type.Get()};
+    ComPtr<IMFStreamDescriptor> descriptor;
+    EXPECT_EQ(MFCreateStreamDescriptor(streamId, 1, types, descriptor.GetAddressOf()), S_OK);
+    return descriptor;
+}
+
 } // namespace
 
 void SourceTest::TearDown() {
@@ -78,6 +87,44 @@ SourceTest::Descriptor SourceTest::select(IMFMediaSource& source, const std::vec
         }
     }
     return descriptor;
+}
+
+SourceTest::Descriptor SourceTest::makeDescriptor(const std::vector<DWORD>& streamIds) {
+    std::vector<ComPtr<IMFStreamDescriptor>> streams;
+    std::vector<IMFStreamDescriptor*> pointers;
+    pointers.reserve(streamIds.size());
+    for (const DWORD streamId : streamIds) {
+        pointers.push_back(streams.emplace_back(makeStreamDescriptor(streamId)).Get());
+    }
+    Descriptor descriptor;
+    EXPECT_EQ(
+        MFCreatePresentationDescriptor(static_cast<DWORD>(pointers.size()), pointers.data(), descriptor.GetAddressOf()),
+        S_OK);
+    for (DWORD index = 0; index < pointers.size(); ++index) {
+        descriptor->SelectStream(index);
+    }
+    return descriptor;
+}
+
+std::vector<DWORD> SourceTest::streamIdsOf(IMFMediaSource& source) {
+    const Descriptor descriptor = describe(source);
+    DWORD count = 0;
+    descriptor->GetStreamDescriptorCount(&count);
+    std::vector<DWORD> result;
+    for (DWORD index = 0; index < count; ++index) {
+        BOOL selected = FALSE;
+        ComPtr<IMFStreamDescriptor> stream;
+        descriptor->GetStreamDescriptorByIndex(index, &selected, stream.GetAddressOf());
+        EXPECT_TRUE(selected);
+        stream->GetStreamIdentifier(&result.emplace_back());
+    }
+    return result;
+}
+
+std::string SourceTest::narrow(const std::wstring& path) {
+    TextBuffer text;
+    text << path;
+    return text.str();
 }
 
 HRESULT SourceTest::start(Pictaro::Fs::FlvSourceImpl& source, IMFPresentationDescriptor& descriptor,

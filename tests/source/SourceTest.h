@@ -70,12 +70,19 @@ protected:
     static Descriptor describe(IMFMediaSource& source);
     /// A copy of the source's own descriptor in which only these streams are selected.
     static Descriptor select(IMFMediaSource& source, const std::vector<DWORD>& streamIds);
+    /// A client's own descriptor of these streams, all of them selected, as Media Foundation makes it.
+    static Descriptor makeDescriptor(const std::vector<DWORD>& streamIds);
+    /// The streams of the source's own descriptor, which must all be selected there.
+    static std::vector<DWORD> streamIdsOf(IMFMediaSource& source);
 
     /// Start, and what follows on the work queue; the result is Start's.
     HRESULT start(Pictaro::Fs::FlvSourceImpl& source, IMFPresentationDescriptor& descriptor, const Position& position);
     HRESULT start(Pictaro::Fs::FlvSourceImpl& source, const Position& position) {
         return start(source, *describe(source).Get(), position);
     }
+
+    /// A path as records show it.
+    static std::string narrow(const std::wstring& path);
 
     /// The next event, which must be there.
     static Microsoft::WRL::ComPtr<IMFMediaEvent> nextEvent(IMFMediaEventGenerator& generator);
