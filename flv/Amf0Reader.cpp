@@ -56,6 +56,10 @@ bool isEndMarker(const MetaDatum& value) {
     return boost::get<EndMarker>(&value) != nullptr;
 }
 
+/// The memory of a member: a node of the tree that a map is.
+template <class Members>
+constexpr std::size_t memberSize = sizeof(typename Members::value_type) + 4 * sizeof(void*);
+
 /// Adds an element to an array whose count is not to be believed: room is made as elements come. The elements in place
 /// are moved there; the vector itself would copy all that they hold.
 void append(std::vector<MetaDatum>& elements, MetaDatum value) {
@@ -145,6 +149,7 @@ MetaDatum Amf0Reader::readMarkedString() {
 }
 
 MetaDatum Amf0Reader::readObject() {
+    takeMemory(sizeof(MetaObject));
     MetaObject value;
     readMembers(value.members, "Object[");
     return value;
@@ -152,6 +157,7 @@ MetaDatum Amf0Reader::readObject() {
 
 MetaDatum Amf0Reader::readEcmaArray() {
     stream_.skip(ecmaArrayCountSize); // the members tell where they end
+    takeMemory(sizeof(MetaEcmaArray));
     MetaEcmaArray value;
     readMembers(value.members, "EcmaArray[");
     return value;
@@ -159,12 +165,14 @@ MetaDatum Amf0Reader::readEcmaArray() {
 
 MetaDatum Amf0Reader::readStrictArray() {
     const auto count = static_cast<std::int32_t>(requireBigEndian<std::uint32_t>(stream_, here.at(265)));
+    takeMemory(sizeof(MetaStrictArray));
     MetaStrictArray value;
     if (count < 1) {
         return value;
     }
     for (std::int32_t index = 0; index < count; ++index) {
         logMember("StrictArray[", std::to_string(index));
+        takeMemory(sizeof(MetaDatum));
         append(value.elements, readValue());
     }
     return value;
@@ -188,6 +196,7 @@ void Amf0Reader::readMembers(Members& members, const char* kind) {
         if (isEndMarker(value)) {
             return;
         }
+        takeMemory(memberSize<Members>);
         members.emplace(std::move(key), std::move(value));
     }
 }
@@ -195,6 +204,13 @@ void Amf0Reader::readMembers(Members& members, const char* kind) {
 /// Out of line, so that a record's buffer does not stay on the stack while the member's value is read.
 [[gnu::noinline]] void Amf0Reader::logMember(const char* kind, std::string_view key) const {
     log_.info(here()) << kind << key << ']';
+}
+
+void Amf0Reader::takeMemory(std::size_t bytes) {
+    if (bytes > memoryLeft_) {
+        throw ErrorException(here(), parseError);
+    }
+    memoryLeft_ -= bytes;
 }
 
 } // namespace JY::Pictaro::Fs
