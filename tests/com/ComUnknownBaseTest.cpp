@@ -3,7 +3,7 @@
 #include "com/InterfaceQuery.h"
 #include "log/CoreImpl.h"
 #include "tests/support/LogCapture.h"
-#include "tests/support/Slot.h"
+#include "tests/support/VirtualSlot.h"
 #include "util/ErrorException.h"
 #include "util/Lock.h"
 

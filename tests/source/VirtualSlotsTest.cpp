@@ -2,7 +2,7 @@
 #include "source/FlvByteStreamHandlerImpl.h"
 #include "source/FlvSource.h"
 #include "source/SourceState.h"
-#include "tests/support/Slot.h"
+#include "tests/support/VirtualSlot.h"
 
 #include <gtest/gtest.h>
 
