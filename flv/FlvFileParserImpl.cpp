@@ -22,8 +22,7 @@ std::uint32_t toMilliseconds(TimePosition target) {
 } // namespace
 
 FlvFileParserImpl::FlvFileParserImpl(const std::wstring& path)
-    : file_(path, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE), header_(readFlvHeader(file_)),
-      stream_(file_.handle()) {}
+    : file_(path, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE), header_(readFlvHeader(file_)) {}
 
 void FlvFileParserImpl::clearHandler() {
     const auto log = Log2::traceMember(here(), typeid(*this), "clearHandler");
@@ -40,10 +39,10 @@ void FlvFileParserImpl::addHandler(FlvTagHandler& handler) {
 bool FlvFileParserImpl::readOneTag() {
     const auto log = Log2::traceMember(here(), typeid(*this), "readOneTag");
     const std::lock_guard guard(lock_);
-    stream_.refresh(expectedBytes_);
-    FlvTag tag(stream_);
+    FileStream& stream = freshStream(expectedBytes_);
+    FlvTag tag(stream);
     tag.read();
-    stream_.setLimit(tag.getDataSize());
+    stream.setLimit(tag.getDataSize());
     if ((tag.getTagType() & TagType::filterBit) != 0) {
         throw ErrorException(here.at(43), "Encrypted tag is not supported.");
     }
@@ -57,7 +56,7 @@ bool FlvFileParserImpl::readOneTag() {
         log.warn(here()) << "Exception during readTag.";
         throw;
     }
-    stream_.clearLimit();
+    stream.clearLimit();
     const bool hasNext = tag.next();
     expectedBytes_ = bytesToExpect();
     return hasNext;
@@ -65,7 +64,10 @@ bool FlvFileParserImpl::readOneTag() {
 
 void FlvFileParserImpl::setFilePosition(std::int64_t bytePosition) {
     const std::lock_guard guard(lock_);
-    stream_.refreshAt(file_.seek(bytePosition));
+    const std::int64_t position = file_.seek(bytePosition);
+    if (stream_) {
+        stream_->refreshAt(position);
+    }
 }
 
 void FlvFileParserImpl::seekPosition(TimePosition target) {
@@ -83,9 +85,19 @@ void FlvFileParserImpl::seekPosition(TimePosition target) {
     }
 }
 
+/// The stream, which knows nothing that was read before and, at its first use, stands behind the header.
+FileStream& FlvFileParserImpl::freshStream(std::uint32_t expected) {
+    if (stream_) {
+        stream_->refresh(expected);
+    } else {
+        stream_.emplace(file_.handle());
+    }
+    return *stream_;
+}
+
 void FlvFileParserImpl::offerToHandlers(const FlvTag& tag) {
     for (FlvTagHandler* const handler : handlers_) {
-        if (handler->handleTag(stream_, tag)) {
+        if (handler->handleTag(*stream_, tag)) {
             return;
         }
     }
@@ -95,7 +107,7 @@ void FlvFileParserImpl::offerToHandlers(const FlvTag& tag) {
 /// after. Most tags then take one call of the system. By then the file may have changed: a guess that is wrong costs
 /// time, nothing else.
 std::uint32_t FlvFileParserImpl::bytesToExpect() const {
-    const auto ahead = stream_.ahead();
+    const auto ahead = stream_->ahead();
     return ahead.size() < tagRecordSize ? 0 : dataSizeOf(ahead.first<tagRecordSize>()) + 2 * tagRecordSize;
 }
 
@@ -103,8 +115,7 @@ std::uint32_t FlvFileParserImpl::bytesToExpect() const {
 void FlvFileParserImpl::seekToBackward(TimePosition target) {
     const auto log = Log2::traceMember(here(), typeid(*this), "seekToBackward");
     const std::uint32_t milliseconds = toMilliseconds(target);
-    stream_.refresh();
-    FlvTag tag(stream_);
+    FlvTag tag(freshStream());
     do {
         tag.read();
     } while (!(tag.getTimestamp() <= milliseconds && isRandomAccessPoint(tag)) && tag.previous());
@@ -116,23 +127,23 @@ void FlvFileParserImpl::seekToBackward(TimePosition target) {
 void FlvFileParserImpl::seekToForward(TimePosition target) {
     const auto log = Log2::traceMember(here(), typeid(*this), "seekToForward");
     const std::uint32_t milliseconds = toMilliseconds(target);
-    stream_.refresh();
+    FileStream& stream = freshStream();
     std::int64_t candidate = seekToRandomAccessPoint();
-    FlvTag tag(stream_);
+    FlvTag tag(stream);
     do {
         tag.read();
         if (isRandomAccessPoint(tag)) {
             candidate = tag.recordPosition();
         }
     } while (tag.getTimestamp() < milliseconds && tag.next());
-    stream_.seek(candidate); // it has just been there
+    stream.seek(candidate); // it has just been there
     log.info(here()) << "Seeked position=" << tag.getTimePosition();
 }
 
 /// Steps back from the tag at the stream's position to a seek point, or to the first tag of the file. Returns where
 /// its record starts; the stream stands there.
 std::int64_t FlvFileParserImpl::seekToRandomAccessPoint() {
-    FlvTag tag(stream_);
+    FlvTag tag(*stream_);
     do {
         tag.read();
     } while (!isRandomAccessPoint(tag) && tag.previous());
@@ -142,7 +153,7 @@ std::int64_t FlvFileParserImpl::seekToRandomAccessPoint() {
 
 bool FlvFileParserImpl::isRandomAccessPoint(const FlvTag& tag) {
     return std::ranges::all_of(handlers_,
-                               [&](FlvTagHandler* handler) { return handler->isRandomAccessPoint(stream_, tag); });
+                               [&](FlvTagHandler* handler) { return handler->isRandomAccessPoint(*stream_, tag); });
 }
 
 } // namespace JY::Pictaro::Fs

@@ -7,6 +7,7 @@
 #include "util/Lock.h"
 
 #include <atomic>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -33,6 +34,7 @@ public:
     bool hasVideo() const override { return header_.hasVideo(); }
 
 private:
+    FileStream& freshStream(std::uint32_t expected = 0);
     void offerToHandlers(const FlvTag& tag);
     std::uint32_t bytesToExpect() const;
     void seekToBackward(TimePosition target);
@@ -43,8 +45,8 @@ private:
     LockImpl lock_; // guards the stream and the handlers
     File file_;
     FlvHeader header_;
-    FileStream stream_;
-    std::uint32_t expectedBytes_ = 0; // that the next tag will take, 0 when that is not known
+    std::optional<FileStream> stream_; // from the first reading on
+    std::uint32_t expectedBytes_ = 0;  // that the next tag will take, 0 when that is not known
     std::vector<FlvTagHandler*> handlers_;
     std::atomic<TimePosition> position_{}; // written under the lock, read without it
 };

@@ -59,7 +59,7 @@ std::uint32_t FileStream::read(void* buffer, std::uint32_t count) {
         return 0;
     }
     if (count > ahead().size() && count <= usualBlock) {
-        fillWindow(count);
+        fillWindow(count); // in vain where bytes near by cannot be read; these themselves may be
     }
     if (!isWithinLimit(end)) {
         return 0;

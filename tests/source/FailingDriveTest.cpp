@@ -249,11 +249,21 @@ TEST_F(FailingDriveTest, AStartByTheIndexWhoseMoveFailsChangesNothing) {
     expectPictures(5, 9);
 }
 
-TEST_F(FailingDriveTest, AStartThatCannotAskForTheSizeChangesNothing) {
+TEST_F(FailingDriveTest, AStartWithinTheFileNeedsNoSize) {
     play(film(9).build());
     expectPictures(0, 4);
     drive.sizeError = ERROR_NOT_READY;
     restartAt(1);
+    EXPECT_EQ(source->getStateId(), SourceStateId::started);
+    drive.sizeError = 0;
+    expectPictures(1, 9);
+}
+
+TEST_F(FailingDriveTest, AStartThatCannotAskForTheSizeChangesNothing) {
+    play(film(9).build());
+    expectPictures(0, 4);
+    drive.sizeError = ERROR_NOT_READY;
+    restartAt(60); // the walk comes to the end of the file
     EXPECT_EQ(source->getStateId(), SourceStateId::stopped);
     const CapturedRecord record = errorRecord();
     EXPECT_EQ(record.file, "FlvSource");
@@ -273,7 +283,7 @@ TEST_F(FailingDriveTest, AWalkWhoseMovesFailEndsItsStartWithoutATransition) {
     EXPECT_EQ(source->getStateId(), SourceStateId::stopped);
     const CapturedRecord record = errorRecord();
     EXPECT_EQ(record.file, "FlvSource");
-    EXPECT_NE(record.message.find("class JY::ErrorException, Seek error. @FlvTag:"), std::string::npos)
+    EXPECT_NE(record.message.find("class JY::ErrorException, Too short FlvTag. @FlvTag:21"), std::string::npos)
         << record.message;
     drive.moveError = 0;
     settings.set(L"SeekByMetaData", 1);
