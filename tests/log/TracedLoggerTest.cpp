@@ -67,6 +67,30 @@ TEST_F(TracedLogger, WritesItsFirstRecordAtOnceAndItsLastAtTheEnd) {
                                         "trace TracedLoggerTest(7) EXIT: f"));
 }
 
+TEST_F(TracedLogger, IsHeldToTheThresholdOfTheMoment) {
+    sink->setThreshold(Severity::fatal);
+    {
+        const auto log = core->createLogger(here.at(7), "f", Severity::trace);
+        log.error(here.at(9)) << "before";
+        sink->setThreshold(Severity::trace);
+        log.debug(here.at(10)) << "between";
+        sink->setThreshold(Severity::debug);
+    }
+    EXPECT_THAT(sink->kept, ElementsAre("debug TracedLoggerTest(10) between"));
+}
+
+TEST_F(TracedLogger, WritesToASinkThatCameLater) {
+    const auto later = boost::make_shared<KeepingSink>();
+    later->setThreshold(Severity::trace);
+    {
+        const auto log = core->createLogger(here.at(7), "f", Severity::trace);
+        core->addSink(later);
+        log.debug(here.at(9)) << "to both";
+    }
+    EXPECT_THAT(later->kept, ElementsAre("debug TracedLoggerTest(9) to both", "trace TracedLoggerTest(7) EXIT: f"));
+    EXPECT_EQ(sink->kept.size(), 3U);
+}
+
 TEST_F(TracedLogger, IsCountedAmongTheLiveOnes) {
     const auto function = core->createLogger(here.at(7), "f", Severity::trace);
     const auto member = core->createLogger(here.at(8), typeid(ErrorException), "f", Severity::trace);

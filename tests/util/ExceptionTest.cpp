@@ -61,11 +61,10 @@ TEST(ErrorException, WithoutAStackIsDescribedWithoutBraces) {
 }
 
 TEST(ErrorException, IsThrownWithItsOwnTypeAfterStreaming) {
-    try {
-        throw ErrorException(here(), "Unknown tag type.") << 28 << " " << L"wide" << ' ' << unknownId;
-    } catch (const ErrorException& exception) {
-        EXPECT_EQ(exception.getMessage(), "Unknown tag type.28 wide 00000000-0000-0000-c000-000000000046");
-    }
+    EXPECT_EQ(thrown<ErrorException>([] {
+                  throw ErrorException(here.at(65), "Unknown tag type.") << 28 << " " << L"wide" << ' ' << unknownId;
+              }),
+              "Unknown tag type.28 wide 00000000-0000-0000-c000-000000000046 @ExceptionTest:65");
 }
 
 TEST(ErrorException, CopiesAllItsFields) {
