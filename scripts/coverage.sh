@@ -6,7 +6,8 @@
 #
 # A line counts when the compiler made code of it for the module, in headers too; it is covered when any copy of that
 # code (of a template, of an inline function, of a layer in another program) has run. Counts are written when a program
-# ends by itself or unloads the library: what a program runs that is ended from outside, or by a fault, is lost.
+# ends by itself or unloads the library, before the destructors of static objects, which are therefore not counted. What
+# a program runs that is ended from outside, or by a fault, is lost.
 set -euo pipefail
 
 cd "$(dirname "${BASH_SOURCE[0]}")/.."

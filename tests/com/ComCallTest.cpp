@@ -1,6 +1,7 @@
 #include "com/ComCall.h"
 
 #include "log/Snapshot.h"
+#include "tests/support/FailingCore.h"
 #include "tests/support/Faults.h"
 #include "tests/support/LogCapture.h"
 #include "util/ApiErrorException.h"
@@ -9,6 +10,8 @@
 #include "util/StructureException.h"
 #include "util/StructuredExceptionGuard.h"
 #include "util/UnknownException.h"
+
+#include <boost/make_shared.hpp>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -66,6 +69,17 @@ TEST_F(ComCallTest, NamesTheClassOfAMember) {
     comCall({here(), &typeid(ErrorException), "Method"}, [](const ComCall&) { return S_OK; });
     EXPECT_THAT(log.messages(true),
                 ElementsAre("ENTER: JY::ErrorException::Method", "EXIT: JY::ErrorException::Method"));
+}
+
+TEST_F(ComCallTest, AnswersEFailInPlaceOfItsBodyWithoutMemoryForALogger) {
+    Log2::setCore(boost::make_shared<JY::Test::FailingCore>());
+    bool hasRun = false;
+    EXPECT_EQ(call([&](const ComCall&) {
+                  hasRun = true;
+                  return S_OK;
+              }),
+              E_FAIL);
+    EXPECT_FALSE(hasRun);
 }
 
 TEST_F(ComCallTest, ReturnsTheCodeOfAnApiErrorUnchanged) {

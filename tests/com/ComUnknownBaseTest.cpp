@@ -2,6 +2,7 @@
 
 #include "com/InterfaceQuery.h"
 #include "log/CoreImpl.h"
+#include "tests/support/FailingCore.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/VirtualSlot.h"
 #include "util/ErrorException.h"
@@ -249,18 +250,7 @@ TEST_F(ComUnknownBaseTest, LastReleaseDestroysTheObjectWhenItsRecordFails) {
 }
 
 TEST_F(ComUnknownBaseTest, LastReleaseDestroysTheObjectWhenThereIsNoLoggerForItsRecord) {
-    class FailingCore final : public Log2::Core {
-    public:
-        void addSink(boost::shared_ptr<Log2::Sink>) override {}
-        void flush() override {}
-        void shutdown(Log2::ShutdownMode) override {}
-        Log2::Logger createLogger(SourcePosition, const std::type_info&, const char*, Log2::Severity) override {
-            throw std::bad_alloc();
-        }
-        Log2::Logger createLogger(SourcePosition, const char*, Log2::Severity) override { throw std::bad_alloc(); }
-        Log2::Logger createLogger() override { throw std::bad_alloc(); }
-    };
-    Log2::setCore(boost::make_shared<FailingCore>());
+    Log2::setCore(boost::make_shared<JY::Test::FailingCore>());
     Object* const object = createObject<Object>(counter, destroyed).Detach();
     EXPECT_EQ(object->Release(), 0U);
     EXPECT_TRUE(destroyed);

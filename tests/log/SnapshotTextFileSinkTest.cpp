@@ -36,7 +36,9 @@ using Test::allocationsOf;
 using Test::countOpenHandles;
 using Test::DebugOutputCapture;
 using Test::errorOf;
+using Test::failEachAllocationOf;
 using Test::ImportPatch;
+using Test::liveBlocks;
 using Test::LogFolder;
 using Test::recordOf;
 using Test::rotatedDigest;
@@ -402,6 +404,24 @@ TEST_F(SnapshotTextFileSinkTest, DropsARecordForWhichThereIsNoMemory) {
     }
     sink->snapshot();
     EXPECT_THAT(snapshotMessages(), ElementsAre("a", "b"));
+}
+
+TEST_F(SnapshotTextFileSinkTest, GoesOnWhicheverAllocationOfASnapshotFails) {
+    const auto sink = makeSink(2);
+    sink->write(errorOf("a"));
+    sink->snapshot();
+    const std::uint64_t before = liveBlocks();
+    const std::uint64_t failures = failEachAllocationOf([&] {
+        try {
+            sink->snapshot();
+        } catch (const std::bad_alloc&) {
+            EXPECT_EQ(liveBlocks(), before);
+        }
+    });
+    EXPECT_GT(failures, 0U);
+    EXPECT_THAT(blocks().back().messages, ElementsAre("a"));
+    EXPECT_EQ(blocks().back().digest, rotatedDigest(blocks().back().bytes));
+    EXPECT_EQ(liveBlocks(), before);
 }
 
 // Costs
