@@ -146,7 +146,7 @@ TEST(GuardedHeap, RefusesMoreBlocksThanItMayHave) {
 TEST(FaultWatch, NotesAFaultThatIsHandled) {
     Fuzz::FaultWatch watch;
     EXPECT_EQ(watch.take(), "");
-    EXPECT_EQ(codeOfFault([] { Test::readFrom(nullptr); }), accessViolation);
+    EXPECT_EQ(codeOfFault([] { JY::Test::readFrom(nullptr); }), accessViolation);
     EXPECT_TRUE(watch.take().starts_with("fault 0xC0000005 at "));
     EXPECT_EQ(watch.take(), "");
 }
