@@ -1,6 +1,7 @@
 #include "tests/fuzz/Controller.h"
 
 #include "tests/fuzz/SharedProgress.h"
+#include "tests/fuzz/WorkerSettings.h"
 
 #include <windows.h>
 
@@ -65,6 +66,8 @@ private:
     void print() const;
 
     const Options options_;
+    /// Set by every worker for itself; these remove what one that ends badly leaves behind.
+    const WorkerSettings settings_;
     const std::wstring name_;
     SharedProgress shared_;
     Progress& progress_;
@@ -90,7 +93,10 @@ Options Controller::optionsOfWorker() const {
     Options options = options_;
     options.first = next_;
     options.count = options_.count - (next_ - options_.first);
-    options.seconds = options_.seconds == 0 ? 0 : options_.seconds - seconds();
+    const std::uint64_t passed = seconds();
+    if (options_.seconds != 0) {
+        options.seconds = options_.seconds > passed ? options_.seconds - passed : 1; // 0 would be no limit
+    }
     options.progress = name_;
     return options;
 }

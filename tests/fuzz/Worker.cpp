@@ -7,7 +7,7 @@
 #include "tests/fuzz/Finding.h"
 #include "tests/fuzz/Mutator.h"
 #include "tests/fuzz/Patience.h"
-#include "tests/module/ModuleLog.h"
+#include "tests/fuzz/WorkerSettings.h"
 
 #include <mfapi.h>
 #include <windows.h>
@@ -21,8 +21,8 @@ namespace JY::Fuzz {
 namespace {
 
 constexpr std::uint64_t casesOfAProcess = 20'000;
-constexpr std::uint64_t casesToWarmUp = 2'000; ///< until memory and handles have their usual number
-constexpr std::uint64_t casesBetweenChecks = 2'000;
+constexpr std::uint64_t casesToWarmUp = 1'000; ///< until memory and handles have their usual number
+constexpr std::uint64_t casesBetweenChecks = 500;
 
 class MediaFoundation {
 public:
@@ -53,8 +53,7 @@ private:
     const Options& options_;
     Progress& progress_;
     const MediaFoundation mediaFoundation_;
-    const Test::ModuleLog log_;
-    const Test::ModuleSetting level_{L"LogLevel", 6}; // fatal: no file may cause such a record
+    const WorkerSettings settings_;
     FaultWatch faults_;
     const Test::LoadedModule module_;
     FileClient client_;
@@ -121,13 +120,13 @@ void Worker::report(std::uint64_t number, const std::string& text) {
 
 /// A record that is fatal tells of a mistake in the module, or of a client's. The header is none.
 void Worker::reportNewRecords(std::uint64_t number) {
-    const auto path = log_.path() + L"\\JyFlvSource-" + std::to_wstring(GetCurrentProcessId()) + L"-0.log";
+    const auto path = settings_.log.path() + L"\\JyFlvSource-" + std::to_wstring(GetCurrentProcessId()) + L"-0.log";
     WIN32_FILE_ATTRIBUTE_DATA attributes{};
     GetFileAttributesExW(path.c_str(), GetFileExInfoStandard, &attributes);
     if (attributes.nFileSizeLow == knownRecords_) {
         return;
     }
-    const std::string text = log_.text();
+    const std::string text = settings_.log.text();
     const std::string fresh = text.substr(std::min(knownRecords_, text.size()));
     knownRecords_ = attributes.nFileSizeLow;
     if (fresh.find(" fatal ") != std::string::npos) {
