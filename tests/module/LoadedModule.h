@@ -14,12 +14,12 @@ namespace JY::Test {
 using GetClassObject = HRESULT WINAPI(REFCLSID, REFIID, void**);
 using CanUnloadNow = HRESULT WINAPI();
 
-/// The library as it is shipped, which stands beside the test program.
+/// The library as it is shipped, which stands beside the test program; or another build of it.
 class LoadedModule {
 public:
-    LoadedModule() : module_(LoadLibraryW(L"JyFlvSource.dll")) {
+    explicit LoadedModule(const wchar_t* name = L"JyFlvSource.dll") : module_(LoadLibraryW(name)) {
         if (module_ == nullptr) {
-            throw std::runtime_error("JyFlvSource.dll cannot be loaded.");
+            throw std::runtime_error("The library cannot be loaded.");
         }
     }
     LoadedModule(const LoadedModule&) = delete;

@@ -1,6 +1,5 @@
 #include "tests/support/FileCalls.h"
 #include "tests/support/ImportPatch.h"
-#include "tests/support/MemoryStream.h"
 #include "tests/support/TempFile.h"
 #include "tests/support/Thrown.h"
 #include "util/ApiErrorException.h"
@@ -8,7 +7,6 @@
 #include "util/JYFileStream.h"
 
 #include <gtest/gtest.h>
-#include <random>
 
 namespace {
 
@@ -17,7 +15,6 @@ using JY::FileStream;
 using JY::Test::Bytes;
 using JY::Test::FileCalls;
 using JY::Test::ImportPatch;
-using JY::Test::MemoryStream;
 using JY::Test::TempFile;
 using JY::Test::thrown;
 
@@ -49,44 +46,7 @@ BOOL WINAPI failingSize(HANDLE, LARGE_INTEGER*) {
     return FALSE;
 }
 
-/// One call at random, the same on both streams; whether they answered the same.
-bool agreeOnOneCall(JY::Stream& left, JY::Stream& right, std::mt19937& random) {
-    const auto upTo = [&](std::int64_t most) { return std::uniform_int_distribution<std::int64_t>(0, most)(random); };
-    const auto count = static_cast<std::uint32_t>(upTo(3) == 0 ? upTo(50'000) : upTo(20));
-    const std::int64_t distance = upTo(2) == 0 ? upTo(200'000) - 100'000 : upTo(2'000) - 1'000;
-    switch (upTo(8)) {
-    case 0:
-        return left.seek(count) == right.seek(count);
-    case 1:
-        return left.skip(distance) == right.skip(distance);
-    case 2:
-        return left.setLimit(count) == right.setLimit(count);
-    case 3:
-        return left.clearLimit() == right.clearLimit();
-    case 4:
-        return left.remaining() == right.remaining();
-    case 5:
-        return left.hasMoreThan(distance) == right.hasMoreThan(distance);
-    default:
-        return readFrom(left, count) == readFrom(right, count);
-    }
-}
-
 } // namespace
-
-TEST(JYFileStreamWindow, AnswersEveryCallLikeAStreamWithoutOne) {
-    const Bytes content = numbered(150'000);
-    StreamedFile open(content);
-    for (unsigned seed = 0; seed < 200; ++seed) {
-        MemoryStream plain(content);
-        open.stream.refreshAt(open.file.seek(0));
-        std::mt19937 random(seed);
-        for (unsigned call = 0; call < 200; ++call) {
-            ASSERT_TRUE(agreeOnOneCall(open.stream, plain, random)) << "seed " << seed << ", call " << call;
-            ASSERT_EQ(open.stream.tell(), plain.tell()) << "seed " << seed << ", call " << call;
-        }
-    }
-}
 
 TEST(JYFileStreamWindow, SmallReadsAndMovesNearByAskTheSystemOnce) {
     StreamedFile open(numbered(10'000));

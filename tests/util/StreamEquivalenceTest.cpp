@@ -29,9 +29,9 @@ Bytes bytesOf(std::size_t size) {
 }
 
 struct Request {
-    enum class Kind { read, skip, seek, setLimit, clearLimit, remaining, tell };
+    enum class Kind { read, skip, seek, setLimit, clearLimit, remaining, hasMoreThan, tell };
     Kind kind;
-    std::int64_t number; ///< count, offset or position
+    std::int64_t number; ///< count, offset or position, where the kind has one
 };
 
 struct Answer {
@@ -59,6 +59,8 @@ Answer answerOf(Stream& stream, const Request& request) {
         return {stream.clearLimit()};
     case Request::Kind::remaining:
         return {stream.remaining()};
+    case Request::Kind::hasMoreThan:
+        return {stream.hasMoreThan(request.number)};
     case Request::Kind::tell:
         return {stream.tell()};
     }
@@ -94,10 +96,13 @@ public:
         if (choice < 84) {
             return {Kind::setLimit, between(-20, 3000)};
         }
-        if (choice < 92) {
+        if (choice < 88) {
+            return {Kind::hasMoreThan, between(-40, 6000)};
+        }
+        if (choice < 94) {
             return {Kind::clearLimit, 0};
         }
-        return {choice < 96 ? Kind::remaining : Kind::tell, 0};
+        return {choice < 97 ? Kind::remaining : Kind::tell, 0};
     }
 
 private:
