@@ -107,7 +107,13 @@ std::int64_t FileStream::clearLimit() {
 }
 
 bool FileStream::hasMoreThan(std::int64_t count) {
-    return addSaturated(tell(), count) < windowEnd() || remaining() > count;
+    const std::int64_t end = addSaturated(tell(), count);
+    return end != std::numeric_limits<std::int64_t>::max() && hasSize(end + 1);
+}
+
+/// Whether the file has that many bytes. What the window shows need not be asked for.
+bool FileStream::hasSize(std::int64_t bytes) {
+    return (!size_ && bytes <= windowEnd()) || bytes <= size();
 }
 
 std::int64_t FileStream::size() {
@@ -125,10 +131,7 @@ std::span<const std::uint8_t> FileStream::ahead() const {
 }
 
 bool FileStream::isWithinLimit(std::int64_t position) {
-    if (limit_) {
-        return position <= *limit_;
-    }
-    return position <= windowEnd() || position <= size(); // what the window shows need not be asked for
+    return limit_ ? position <= *limit_ : hasSize(position);
 }
 
 /// Fills the window anew so that it shows the next `count` bytes, as far as the file has them.

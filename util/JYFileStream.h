@@ -48,6 +48,7 @@ public:
 private:
     static constexpr std::int64_t noLimit = std::numeric_limits<std::int64_t>::max();
 
+    bool hasSize(std::int64_t bytes);
     std::int64_t size();
     /// 0 for an empty window: every file has that many bytes.
     std::int64_t windowEnd() const { return windowSize_ != 0 ? windowStart_ + windowSize_ : 0; }
