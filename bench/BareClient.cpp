@@ -62,7 +62,8 @@ private:
     }
 
     HANDLE file_;
-    std::vector<BYTE> piece_ = std::vector<BYTE>(64 * 1024);
+    static constexpr std::size_t pieceSize = std::size_t{64} * 1024;
+    std::vector<BYTE> piece_ = std::vector<BYTE>(pieceSize);
     std::size_t filled_ = 0;
     std::size_t used_ = 0;
 };

@@ -11,8 +11,10 @@
 #include <psapi.h>
 #include <windows.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <functional>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -63,13 +65,11 @@ void measureSamples(const std::wstring& film) {
 
 void measureOpening(const std::wstring& film) {
     const ModuleClient module;
-    FilmClient(module.open(film)); // what the first one in a process costs is not the file's
-    double least = 0;
+    double least = std::numeric_limits<double>::max();
     for (unsigned opening = 0; opening < openings; ++opening) {
         const Stopwatch stopwatch;
-        FilmClient client(module.open(film));
-        const double seconds = stopwatch.seconds();
-        least = opening == 0 || seconds < least ? seconds : least;
+        const FilmClient client(module.open(film));
+        least = std::min(least, stopwatch.seconds());
     }
     print("open_seconds", least);
 }

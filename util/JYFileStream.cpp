@@ -16,7 +16,7 @@ constexpr SourceFile here{"JYFileStream"};
 constexpr std::uint32_t usualBlock = 4 * 1024;
 constexpr std::uint32_t largestBlock = 32 * 1024;
 /// Bytes from the window at which a position still counts as reading on.
-constexpr std::int64_t nearBy = 2 * usualBlock;
+constexpr std::int64_t nearBy = std::int64_t{2} * usualBlock;
 
 /// Stops at the ends of the range: an offset from a damaged file must not wrap round to a position inside it.
 constexpr std::int64_t addSaturated(std::int64_t left, std::int64_t right) {
