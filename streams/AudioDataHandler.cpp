@@ -44,7 +44,7 @@ void AudioDataHandler::queueSample(TagPayload& payload, StreamSource& source, Fl
     log.info(here()) << "AudioData(" << size << ")=" << cutDump(buffer.bytes(), source.getNumDumpBin());
     ComPtr<IMFSample> sample = buffer.toSample();
     clock_.stamp(*sample.Get(), tag.getTimePosition());
-    stream.queueSample(std::move(sample));
+    stream.queueSample(std::move(sample), 0);
 }
 
 } // namespace JY::Pictaro::Fs

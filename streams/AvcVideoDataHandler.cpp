@@ -187,23 +187,26 @@ void AvcVideoDataHandler::readNalus(TagPayload& payload, StreamSource& source, F
                                     const FlvVideoTag& header) {
     const Log2::Logger log = Log2::traceMember(here(), typeid(*this), "readNalus");
     const bool isKeyFrame = header.isKeyFrame();
+    const std::span<const std::uint8_t> parameterSets =
+        isKeyFrame ? parameterByteStream_ : std::span<const std::uint8_t>{};
     const TimePosition time = presentationTime(tag, header);
     while (const std::optional<std::uint32_t> length = tryReadNumber(payload, naluSizeUnit_)) {
-        ComPtr<IMFSample> sample = readNalu(payload, *length, isKeyFrame, source, log);
+        const auto surplus = static_cast<std::int64_t>(parameterSets.size()) - std::int64_t{*length};
+        stream.requireRoom(surplus);
+        ComPtr<IMFSample> sample = readNalu(payload, *length, parameterSets, source, log);
         clock_.stamp(*sample.Get(), time);
         if (isKeyFrame) {
             throwIfFailed(sample->SetUINT32(MFSampleExtension_CleanPoint, TRUE), here(), "SetUINT32");
         }
-        stream.queueSample(std::move(sample));
+        stream.queueSample(std::move(sample), surplus);
     }
 }
 
 // The length is checked against the tag before memory is taken for it.
-ComPtr<IMFSample> AvcVideoDataHandler::readNalu(TagPayload& payload, std::uint32_t length, bool isKeyFrame,
-                                                StreamSource& source, const Log2::Logger& log) const {
+ComPtr<IMFSample> AvcVideoDataHandler::readNalu(TagPayload& payload, std::uint32_t length,
+                                                std::span<const std::uint8_t> parameterSets, StreamSource& source,
+                                                const Log2::Logger& log) const {
     requireParsed(length > naluSizeUnit_, here());
-    const std::span<const std::uint8_t> parameterSets =
-        isKeyFrame ? parameterByteStream_ : std::span<const std::uint8_t>{};
     const std::uint64_t wholeSize = parameterSets.size() + startCode.size() + std::uint64_t{length};
     log.info(here()) << "NaluSize=" << length << " BufferSize=" << wholeSize;
     requireParsed(length <= payload.left(), here()); // before memory is taken for it

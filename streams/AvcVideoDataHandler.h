@@ -10,6 +10,7 @@
 #include <wrl/client.h>
 
 #include <cstdint>
+#include <span>
 #include <vector>
 
 namespace JY::Pictaro::Fs {
@@ -24,7 +25,8 @@ public:
     AvcVideoDataHandler() : VideoDataHandler(codec) {}
 
     /// Throws ErrorException "Unknown packet type.=" or "Parse error." for bad data, and what the source's getMetaDatum
-    /// throws. After a failure the parameter sets may be incomplete until the next sequence header.
+    /// and the stream's requireRoom throw. After a failure the parameter sets may be incomplete until the next sequence
+    /// header.
     void handle(Stream& reader, StreamSource& source, FlvStream& stream, const FlvTag& tag,
                 const FlvVideoTag& header) override;
     TimePosition getLastTimePosition() const override { return clock_.last(); }
@@ -38,8 +40,9 @@ private:
     Microsoft::WRL::ComPtr<IMFMediaType> createAvcMediaType(const StreamSource& source) const;
     void readNalus(TagPayload& payload, StreamSource& source, FlvStream& stream, const FlvTag& tag,
                    const FlvVideoTag& header);
-    Microsoft::WRL::ComPtr<IMFSample> readNalu(TagPayload& payload, std::uint32_t length, bool isKeyFrame,
-                                               StreamSource& source, const Log2::Logger& log) const;
+    Microsoft::WRL::ComPtr<IMFSample> readNalu(TagPayload& payload, std::uint32_t length,
+                                               std::span<const std::uint8_t> parameterSets, StreamSource& source,
+                                               const Log2::Logger& log) const;
 
     std::uint8_t naluSizeUnit_ = 0; ///< bytes of each NAL unit's length; 0 before the first sequence header
     std::uint8_t avcProfileIndication_ = 0;

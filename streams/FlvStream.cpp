@@ -4,6 +4,7 @@
 #include "com/InterfaceQuery.h"
 #include "flv/TimePosition.h"
 #include "util/ApiErrorException.h"
+#include "util/ErrorException.h"
 
 #include <mfapi.h>
 #include <mferror.h>
@@ -149,7 +150,8 @@ void FlvStream::announceEndOfFile() {
 }
 
 void FlvStream::sendNextSample(IUnknown* token) {
-    const ComPtr<IMFSample> sample = std::move(samples_.front());
+    const ComPtr<IMFSample> sample = std::move(samples_.front().sample);
+    surplus_ -= samples_.front().surplus;
     samples_.pop_front();
     if (token != nullptr) {
         throwIfFailed(sample->SetUnknown(MFSampleExtension_Token, token), here(), "SetUnknown");
@@ -170,6 +172,7 @@ bool FlvStream::readTagsUntilDescribed() {
 
 void FlvStream::purgeSamples() {
     samples_.clear();
+    surplus_ = 0;
 }
 
 void FlvStream::shutdown() {
@@ -187,8 +190,15 @@ void FlvStream::setStreamDescriptor(ComPtr<IMFStreamDescriptor> descriptor) {
     descriptor_ = std::move(descriptor);
 }
 
-void FlvStream::queueSample(ComPtr<IMFSample> sample) {
-    samples_.push_back(std::move(sample));
+void FlvStream::queueSample(ComPtr<IMFSample> sample, std::int64_t surplus) {
+    samples_.push_back({std::move(sample), surplus});
+    surplus_ += surplus;
+}
+
+void FlvStream::requireRoom(std::int64_t surplus) const {
+    if (surplus_ + surplus > maxSurplus) {
+        throw ErrorException(here(), "Parse error. The queued samples repeat too much of earlier tags.");
+    }
 }
 
 void FlvStream::detachFromSource() noexcept {

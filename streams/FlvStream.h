@@ -13,6 +13,7 @@
 
 #include <boost/shared_ptr.hpp>
 
+#include <cstdint>
 #include <deque>
 
 namespace JY::Pictaro::Fs {
@@ -61,9 +62,17 @@ public:
     virtual void checkShutdown() const;
     /// Called by the codec handlers once they know the media type; replaces the descriptor before.
     virtual void setStreamDescriptor(Microsoft::WRL::ComPtr<IMFStreamDescriptor> descriptor);
-    /// Called by the codec handlers: appends a finished sample. The queue has no limit.
-    virtual void queueSample(Microsoft::WRL::ComPtr<IMFSample> sample);
+    /// Called by the codec handlers: appends a finished sample. The queue has no limit but that of `requireRoom`.
+    /// `surplus`: how many more bytes of earlier tags than of its own tag the sample holds; negative for fewer.
+    virtual void queueSample(Microsoft::WRL::ComPtr<IMFSample> sample, std::int64_t surplus);
     virtual bool hasStreamDescriptor() const { return descriptor_ != nullptr; }
+
+    /// What the queued samples together may hold of earlier tags' bytes more than of their own tags', in bytes. Real
+    /// pictures are larger than the parameter sets in front of them.
+    static constexpr std::int64_t maxSurplus = std::int64_t{64} * 1024 * 1024;
+    /// Called before memory is taken for a sample of this surplus: a small file must not fill the memory with copies of
+    /// what it holds once. Throws ErrorException when the queue would have too much of it.
+    void requireRoom(std::int64_t surplus) const;
 
     /// Cuts the stream loose from its source and parser, which it never touches again: `shutdown`, the event queue is
     /// shut down (a client waiting in GetEvent wakes with MF_E_SHUTDOWN) and the queued samples are released. May be
@@ -91,6 +100,11 @@ protected:
     bool readTagsUntilDescribed();
 
 private:
+    struct QueuedSample {
+        Microsoft::WRL::ComPtr<IMFSample> sample;
+        std::int64_t surplus;
+    };
+
     /// False at the end of the file, even if the last tag made a sample.
     bool readTagsUntilSampleQueued();
     void announceEndOfFile();
@@ -104,7 +118,8 @@ private:
     Microsoft::WRL::ComPtr<IMFMediaEventQueue> eventQueue_;
     bool isShutdown_ = false;
     bool isActivated_ = false;
-    std::deque<Microsoft::WRL::ComPtr<IMFSample>> samples_;
+    std::deque<QueuedSample> samples_;
+    std::int64_t surplus_ = 0; ///< of all queued samples
 };
 
 } // namespace JY::Pictaro::Fs

@@ -84,6 +84,11 @@ void Writer::moveTo(std::int64_t position) const {
 }
 
 void FilmTest::TearDown() {
+    close();
+    SourceTest::TearDown();
+}
+
+void FilmTest::close() {
     if (source != nullptr) {
         expectOthersGetThrough();
         audio.Reset();
@@ -92,7 +97,6 @@ void FilmTest::TearDown() {
         EXPECT_TRUE(DeleteFileW(path.c_str()));
         source.Reset();
     }
-    SourceTest::TearDown();
 }
 
 FlvBuilder FilmTest::film(unsigned lastSecond) {

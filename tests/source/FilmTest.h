@@ -54,6 +54,8 @@ protected:
 
     /// Opens a file of this content and starts it at 0.
     void play(const Bytes& content);
+    /// Ends the film, with the checks that end every test.
+    void close();
     /// Starts from the stopped state and takes the streams, if the start succeeds.
     void restartAt(unsigned second);
     Answer nextPicture() { return request(*video.Get()); }

@@ -166,7 +166,7 @@ TEST_F(FlvStreamStateTest, QueuesAsManySamplesAsItIsGiven) {
     constexpr ULONG count = 200'000;
     const ComPtr<IMFSample> sample = createSample();
     for (ULONG queued = 0; queued < count; ++queued) {
-        audio->queueSample(sample);
+        audio->queueSample(sample, 0);
     }
     sample->AddRef();
     EXPECT_EQ(sample->Release(), count + 1);
@@ -185,7 +185,7 @@ TEST_F(FlvStreamStateTest, LetsItsSamplesGoThenItsEventQueueThenItsDescriptorAnd
     for (const char* const name : {"first sample", "second sample"}) {
         const ComPtr<IMFSample> sample = createSample();
         ASSERT_EQ(sample->SetUnknown(MFSampleExtension_Token, mourned(name).Get()), S_OK);
-        stream->queueSample(sample);
+        stream->queueSample(sample, 0);
     }
     PROPVARIANT value{};
     ComPtr<Mourned> inEvent = mourned("event queue");
@@ -240,7 +240,7 @@ TEST_F(FlvStreamStateTest, IsShutDownEvenWhileTheSourceIsPaused) {
 }
 
 TEST_F(FlvStreamStateTest, DropsARequestWhileTheSourceIsPausedEvenWithASampleInItsQueue) {
-    audio->queueSample(createSample());
+    audio->queueSample(createSample(), 0);
     source->state = SourceStateId::paused;
     EXPECT_EQ(audio->RequestSample(nullptr), S_OK);
     EXPECT_THAT(eventTypes(*audio.Get()), ElementsAre());
@@ -251,7 +251,7 @@ TEST_F(FlvStreamStateTest, DropsARequestWhileTheSourceIsPausedEvenWithASampleInI
 
 TEST_F(FlvStreamStateTest, SendsASampleWithoutAnExtendedTypeAndWithSuccess) {
     const ComPtr<IMFSample> sample = createSample();
-    audio->queueSample(sample);
+    audio->queueSample(sample, 0);
     ASSERT_EQ(audio->RequestSample(nullptr), S_OK);
     const ComPtr<IMFMediaEvent> event = nextEvent(*audio.Get());
     ASSERT_NE(event.Get(), nullptr);
@@ -267,7 +267,7 @@ TEST_F(FlvStreamStateTest, SendsASampleWithoutAnExtendedTypeAndWithSuccess) {
 
 TEST_F(FlvStreamStateTest, SendsNothingWhenTheSampleDoesNotTakeTheToken) {
     const MediaFoundationFault fault(MediaFoundationCall::setUnknown, E_UNEXPECTED);
-    audio->queueSample(createSample());
+    audio->queueSample(createSample(), 0);
     const ComPtr<Mourned> token = Pictaro::createObject<Mourned>(counter, "token");
     EXPECT_EQ(audio->RequestSample(token.Get()), E_UNEXPECTED);
     EXPECT_THAT(eventTypes(*audio.Get()), ElementsAre());

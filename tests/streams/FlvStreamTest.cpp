@@ -526,7 +526,7 @@ TEST_F(FlvStreamTest, RaisesATokenThatTheSampleDoesNotTake) {
         const MediaFoundationFault fault(MediaFoundationCall::setUnknown, E_UNEXPECTED);
         ComPtr<IMFSample> sample;
         ASSERT_EQ(MFCreateSample(sample.GetAddressOf()), S_OK);
-        audio->queueSample(sample);
+        audio->queueSample(sample, 0);
         const ComPtr<Token> token = Pictaro::createObject<Token>(counter);
         EXPECT_EQ(audio->RequestSample(token.Get()), E_UNEXPECTED);
         EXPECT_THAT(error(), HasSubstr(apiError("SetUnknown", E_UNEXPECTED)));
@@ -544,7 +544,7 @@ TEST_F(FlvStreamTest, RaisesASampleThatItsEventQueueDoesNotTake) {
     const ComPtr<FlvAudioStream> stream = createStream<FlvAudioStream>();
     ComPtr<IMFSample> sample;
     ASSERT_EQ(MFCreateSample(sample.GetAddressOf()), S_OK);
-    stream->queueSample(sample);
+    stream->queueSample(sample, 0);
     EXPECT_EQ(stream->RequestSample(nullptr), E_UNEXPECTED);
     EXPECT_THAT(error(), HasSubstr(apiError("QueueEventParamUnk", E_UNEXPECTED)));
     sample->AddRef();
@@ -636,14 +636,14 @@ TEST_F(FlvStreamTest, ReleasesItsQueuedSamplesWhenPurgedDetachedOrDeleted) {
         sample.AddRef();
         return sample.Release();
     };
-    audio->queueSample(samples[0]);
+    audio->queueSample(samples[0], 0);
     EXPECT_EQ(references(*samples[0].Get()), 2U);
     audio->purgeSamples();
     EXPECT_EQ(references(*samples[0].Get()), 1U);
-    audio->queueSample(samples[1]);
+    audio->queueSample(samples[1], 0);
     audio->detachFromSource();
     EXPECT_EQ(references(*samples[1].Get()), 1U);
-    video->queueSample(samples[2]);
+    video->queueSample(samples[2], 0);
     parser.clearHandler();
     video.Reset();
     EXPECT_EQ(references(*samples[2].Get()), 1U);

@@ -100,12 +100,16 @@ public:
     bool isRandomAccessPoint(Stream&, const Pictaro::Fs::FlvTag&) override { return true; }
     void setStreamDescriptor(ComPtr<IMFStreamDescriptor> descriptor) override { descriptors.push_back(descriptor); }
     bool hasStreamDescriptor() const override { return !descriptors.empty(); }
-    void queueSample(ComPtr<IMFSample> sample) override { samples.push_back(sample); }
+    void queueSample(ComPtr<IMFSample> sample, std::int64_t surplus) override {
+        samples.push_back(sample);
+        surpluses.push_back(surplus);
+    }
 
     std::vector<SampleContent> contents() const;
 
     std::vector<ComPtr<IMFStreamDescriptor>> descriptors;
     std::vector<ComPtr<IMFSample>> samples;
+    std::vector<std::int64_t> surpluses; ///< of the samples
 };
 
 /// A codec handler alone: tags go straight to it, and a RecordingStream keeps what it makes.
