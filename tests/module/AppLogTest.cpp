@@ -8,6 +8,8 @@
 #include "tests/support/ImportPatch.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/ModuleSetting.h"
+#include "tests/support/RecordingRegistry.h"
+#include "tests/support/RegistryScope.h"
 #include "util/Handle.h"
 #include "util/JYWin32.h"
 #include "util/Path.h"
@@ -39,8 +41,11 @@ using Test::LogCapture;
 using Test::logFileName;
 using Test::ModuleLog;
 using Test::ModuleSetting;
+using Test::RecordingRegistry;
+using Test::RegistryScope;
 using Test::snapshotFileName;
 using testing::ElementsAre;
+using testing::HasSubstr;
 using testing::MatchesRegex;
 using testing::StartsWith;
 
@@ -285,6 +290,15 @@ TEST(AppLog, SendsItsRecordsToTheDebuggerWhenTheDirectoryCannotBeMade) {
     EXPECT_EQ(output.count("class JY::ApiErrorException, CreateDirectory: (0x"), 2U);
     EXPECT_EQ(output.count(") NormalLogSeverityThreshold=warn\n"), 1U);
     EXPECT_EQ(output.count(") AppLog finalizing\n"), 1U);
+}
+
+TEST(AppLog, ReadsTheDirectoryAndTheLevelAndNoOtherSetting) {
+    const DefaultLog log(L"%TEMP%\\JyMorvane\\Pictaro");
+    RecordingRegistry registry;
+    const RegistryScope scope(registry);
+    { const AttachedModule module; }
+    EXPECT_THAT(registry.calls, ElementsAre(HasSubstr("\\JyMorvane\\JyFlvSource, LogDir"),
+                                            HasSubstr("\\JyMorvane\\JyFlvSource, LogLevel")));
 }
 
 class OddLogDirectory : public testing::TestWithParam<std::wstring> {};

@@ -3,25 +3,20 @@
 #include "com/ModuleUsageCounter.h"
 #include "module/ClassId.h"
 #include "source/MfDeclarations.h"
+#include "tests/support/ExhaustedMemory.h"
 #include "tests/support/LogCapture.h"
+#include "tests/support/MethodTraces.h"
+#include "tests/support/TimeLimit.h"
 #include "util/ApiErrorException.h"
+#include "util/StructuredExceptionGuard.h"
 
 #include <wrl/client.h>
 
 #include <cstdint>
-#include <cstdlib>
+#include <cstring>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <new>
-
-namespace {
-bool memoryIsExhausted = false;
-}
-
-// What the factories allocate with.
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-    return memoryIsExhausted ? nullptr : std::malloc(size);
-}
+#include <thread>
 
 extern "C" {
 HRESULT WINAPI DllGetClassObject(REFCLSID, REFIID, void**);
@@ -35,7 +30,10 @@ using namespace JY::Pictaro;
 using namespace JY::Pictaro::Fs;
 using Log2::Severity;
 using Microsoft::WRL::ComPtr;
+using Test::ExhaustedMemory;
+using Test::expectMethodTraces;
 using Test::LogCapture;
+using Test::returnsInTime;
 using testing::ElementsAre;
 
 constexpr SourceFile here{"ClassFactoryTest"};
@@ -44,7 +42,6 @@ constexpr CLSID unknownClass{0x11223344, 0x5566, 0x7788, {1, 2, 3, 4, 5, 6, 7, 8
 class ClassFactoryTest : public testing::Test {
 protected:
     ~ClassFactoryTest() override {
-        memoryIsExhausted = false;
         ModuleUsageCounter::instance().setActions(nullptr, nullptr);
         EXPECT_EQ(ModuleUsageCounter::instance().count(), 0U);
     }
@@ -84,6 +81,48 @@ TEST_F(ClassFactoryTest, TracesTheCallsThatMakeIt) {
     EXPECT_EQ(log.find("Delete at Release.").severity, Severity::trace);
 }
 
+TEST_F(ClassFactoryTest, TracesEachOfItsMethods) {
+    const auto factory = factoryFor(CLSID_FlvByteStreamHandler);
+    void* object = nullptr;
+    expectMethodTraces(log, typeid(ClassFactory), "ClassFactory",
+                       {{"QueryInterface", [&] { factory->QueryInterface(IID_IStream, &object); }},
+                        {"CreateInstance", [&] { factory->CreateInstance(nullptr, IID_IStream, &object); }},
+                        {"LockServer", [&] {
+                             factory->LockServer(TRUE);
+                             factory->LockServer(FALSE);
+                         }}});
+}
+
+TEST_F(ClassFactoryTest, ServesTheClassOfItsIdentifier) {
+    const std::uint8_t bytes[] = {0x9A, 0xAD, 0x96, 0x0D, 0x7B, 0x8E, 0x98, 0x48,
+                                  0x95, 0x02, 0xE5, 0xBE, 0x5A, 0x5D, 0x48, 0x90};
+    CLSID identifier;
+    std::memcpy(&identifier, bytes, sizeof identifier);
+    ComPtr<IUnknown> handler;
+    EXPECT_EQ(
+        factoryFor(identifier)->CreateInstance(nullptr, IID_IUnknown, reinterpret_cast<void**>(handler.GetAddressOf())),
+        S_OK);
+}
+
+void hostTranslator(unsigned, EXCEPTION_POINTERS*) {}
+
+TEST_F(ClassFactoryTest, LeavesTheHostItsTranslatorOnEveryPath) {
+    std::thread([] {
+        setStructuredExceptionTranslator(&hostTranslator);
+        void* object = nullptr;
+        EXPECT_EQ(DllGetClassObject(unknownClass, IID_IUnknown, nullptr), E_INVALIDARG);
+        EXPECT_EQ(DllGetClassObject(unknownClass, IID_IStream, &object), E_NOINTERFACE);
+        EXPECT_EQ(DllGetClassObject(unknownClass, IID_IUnknown, reinterpret_cast<void**>(8)), E_FAIL);
+        {
+            const ExhaustedMemory exhausted;
+            EXPECT_EQ(DllGetClassObject(unknownClass, IID_IUnknown, &object), E_OUTOFMEMORY);
+        }
+        EXPECT_NE(factoryFor(unknownClass), nullptr);
+        EXPECT_EQ(DllCanUnloadNow(), S_OK);
+        EXPECT_EQ(setStructuredExceptionTranslator(nullptr), &hostTranslator);
+    }).join();
+}
+
 TEST_F(ClassFactoryTest, IsHandedOutForAnUnknownClassAndRefusesToMakeIt) {
     const auto factory = factoryFor(unknownClass);
     ASSERT_NE(factory, nullptr);
@@ -113,7 +152,7 @@ TEST_F(ClassFactoryTest, IsNotMadeForAPointerThatCannotBeWritten) {
 }
 
 TEST_F(ClassFactoryTest, IsNotMadeWithoutMemory) {
-    memoryIsExhausted = true;
+    const ExhaustedMemory exhausted;
     void* object = nullptr;
     EXPECT_EQ(DllGetClassObject(CLSID_FlvByteStreamHandler, IID_IUnknown, &object), E_OUTOFMEMORY);
     EXPECT_EQ(log.count(Severity::fatal, "pFactory is NULL."), 1U);
@@ -125,6 +164,8 @@ TEST_F(ClassFactoryTest, AnswersForIUnknown) {
     ComPtr<IUnknown> unknown;
     EXPECT_EQ(factory->QueryInterface(IID_IUnknown, reinterpret_cast<void**>(unknown.GetAddressOf())), S_OK);
     EXPECT_EQ(unknown.Get(), factory.Get());
+    EXPECT_EQ(factory->AddRef(), 3U);
+    EXPECT_EQ(factory->Release(), 2U);
     EXPECT_EQ(log.count(Severity::info, "QI(IUnknown)"), 1U);
 }
 
@@ -170,7 +211,7 @@ TEST_F(ClassFactoryTest, DestroysAHandlerThatLacksTheInterface) {
 
 TEST_F(ClassFactoryTest, MakesNoHandlerWithoutMemory) {
     const auto factory = factoryFor(CLSID_FlvByteStreamHandler);
-    memoryIsExhausted = true;
+    const ExhaustedMemory exhausted;
     void* object = nullptr;
     EXPECT_EQ(factory->CreateInstance(nullptr, IID_IUnknown, &object), E_OUTOFMEMORY);
     EXPECT_EQ(log.count(Severity::fatal, "p is NULL."), 1U);
@@ -203,6 +244,24 @@ TEST_F(ClassFactoryTest, ServerLockAloneKeepsTheModuleLoaded) {
     EXPECT_EQ(log.count(Severity::info, "bLock=0"), 1U);
     factory.Reset();
     EXPECT_EQ(DllCanUnloadNow(), S_OK);
+}
+
+TEST_F(ClassFactoryTest, TakesAnyLockValueButZeroForTrue) {
+    auto factory = factoryFor(CLSID_FlvByteStreamHandler);
+    EXPECT_EQ(factory->LockServer(-7), S_OK);
+    EXPECT_EQ(log.count(Severity::info, "bLock=-7"), 1U);
+    EXPECT_EQ(ModuleUsageCounter::instance().count(), 2U);
+    EXPECT_EQ(factory->LockServer(FALSE), S_OK);
+}
+
+bool wasTold = false;
+
+TEST_F(ClassFactoryTest, TellsWhetherTheModuleIsInUseAlsoWhileItStarts) {
+    wasTold = false;
+    ModuleUsageCounter::instance().setActions( // under the module lock
+        [] { wasTold = returnsInTime([] { EXPECT_EQ(DllCanUnloadNow(), S_OK); }); }, nullptr);
+    factoryFor(CLSID_FlvByteStreamHandler);
+    EXPECT_TRUE(wasTold);
 }
 
 unsigned firstObtains = 0;

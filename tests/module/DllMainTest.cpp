@@ -3,6 +3,7 @@
 #include "module/ModuleInitializer.h"
 #include "tests/module/AttachedModule.h"
 #include "tests/module/ModuleLog.h"
+#include "tests/support/ImportPatch.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/ModuleSetting.h"
 #include "util/ErrorException.h"
@@ -37,6 +38,7 @@ using Log2::Severity;
 using Test::AttachedModule;
 using Test::callDllMain;
 using Test::Detach;
+using Test::ImportPatch;
 using Test::LogCapture;
 using Test::logFileName;
 using Test::ModuleLog;
@@ -83,6 +85,49 @@ TEST(DllMain, LoadsWhicheverAllocationFails) {
         ASSERT_LT(number, 2000U);
     }
     EXPECT_FALSE(log.isHeld(logFileName(0)));
+}
+
+TEST(DllMain, UnloadsWhicheverAllocationFails) {
+    const ModuleLog log;
+    bool failed = true;
+    unsigned number = 0;
+    while (failed) {
+        EXPECT_TRUE(callDllMain(DLL_PROCESS_ATTACH));
+        allocationsUntilFailure = ++number;
+        EXPECT_TRUE(callDllMain(DLL_PROCESS_DETACH));
+        failed = std::exchange(allocationsUntilFailure, 0) == 0;
+        callDllMain(DLL_PROCESS_DETACH); // gives back what the failure left
+        ModuleUsageCounter::instance().setActions(nullptr, nullptr);
+        ASSERT_LT(number, 2000U);
+    }
+    EXPECT_GT(number, 1U); // there was something to fail
+    EXPECT_FALSE(log.isHeld(logFileName(0)));
+}
+
+HMODULE withoutThreadNotices = nullptr;
+
+BOOL WINAPI noteModule(HMODULE module) {
+    withoutThreadNotices = module;
+    return TRUE;
+}
+
+TEST(DllMain, AsksForNoNoticesOfThreads) {
+    const ModuleLog log;
+    const ImportPatch<decltype(&DisableThreadLibraryCalls)> patch("DisableThreadLibraryCalls", &noteModule);
+    const AttachedModule module;
+    EXPECT_EQ(withoutThreadNotices, GetModuleHandleW(nullptr));
+}
+
+TEST(DllMain, InstallsItsActionsBeforeTheLogIsStarted) {
+    const LogCapture log;
+    allocationsUntilFailure = 1; // the log directory's name
+    EXPECT_TRUE(callDllMain(DLL_PROCESS_ATTACH));
+    EXPECT_EQ(allocationsUntilFailure, 0U);
+    ModuleUsageCounter::instance().obtain();
+    ModuleUsageCounter::instance().release();
+    ModuleUsageCounter::instance().setActions(nullptr, nullptr);
+    EXPECT_TRUE(log.contains("ENTER: JY::Pictaro::ModuleInitializer::initializeOnFirstObtain"));
+    EXPECT_TRUE(log.contains("ENTER: JY::Pictaro::ModuleInitializer::finalizeOnLastRelease"));
 }
 
 TEST(DllMain, FailureOfTheFirstObtainIsRecordedAndFailsTheFirstObject) {
@@ -141,6 +186,7 @@ TEST(DllMain, InstallsTheFirstObtainAndLastReleaseActions) {
     const ModuleLog log;
     const ModuleSetting level(L"LogLevel", 0);
     const AttachedModule module;
+    EXPECT_EQ(log.count("initializeOnFirstObtain"), 0U);
     ModuleUsageCounter::instance().obtain();
     EXPECT_EQ(log.count(") ENTER: JY::Pictaro::ModuleInitializer::initializeOnFirstObtain\r\n"), 1U);
     EXPECT_EQ(log.count(") EXIT: JY::Pictaro::ModuleInitializer::initializeOnFirstObtain\r\n"), 1U);

@@ -3,6 +3,8 @@
 #include "config/RegActual.h"
 #include "config/RegDebug.h"
 #include "tests/config/RegistryTesting.h"
+#include "tests/module/AttachedModule.h"
+#include "tests/module/ModuleLog.h"
 #include "tests/support/Faults.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/RecordingRegistry.h"
@@ -23,8 +25,10 @@ namespace {
 
 using namespace JY;
 using JY::Test::AbsentKey;
+using JY::Test::AttachedModule;
 using JY::Test::CapturedRecord;
 using JY::Test::LogCapture;
+using JY::Test::ModuleLog;
 using JY::Test::RecordingRegistry;
 using JY::Test::RegistryScope;
 using Log2::Severity;
@@ -289,4 +293,42 @@ TYPED_TEST(Registration, CanBeRemovedTwice) {
 TYPED_TEST(Registration, CanBeRemovedWithoutHavingBeenMade) {
     EXPECT_EQ(DllUnregisterServer(), S_OK);
     EXPECT_EQ(UnregisterServerFromMsi(), 0U);
+}
+
+TYPED_TEST(Registration, IsGoneWithWhatOthersAddedToTheClass) {
+    EXPECT_EQ(DllRegisterServer(), S_OK);
+    this->registry.setValue(HKEY_CLASSES_ROOT, serverKey + L"\\Added\\Deep", L"name", L"text", 0);
+    EXPECT_EQ(DllUnregisterServer(), S_OK);
+    EXPECT_FALSE(this->registry.isExist(HKEY_CLASSES_ROOT, classKey, 0));
+}
+
+using RealRegistration = Registration<Utl::RegActual>;
+
+TEST_F(RealRegistration, EntriesArePlainTexts) {
+    const struct {
+        HKEY root;
+        const std::wstring& key;
+        const wchar_t* name;
+    } entries[] = {{HKEY_CLASSES_ROOT, classKey, L""},
+                   {HKEY_CLASSES_ROOT, serverKey, L""},
+                   {HKEY_CLASSES_ROOT, serverKey, L"ThreadingModel"},
+                   {HKEY_LOCAL_MACHINE, handlersKey, classId.c_str()}};
+    EXPECT_EQ(DllRegisterServer(), S_OK);
+    for (const auto& [root, key, name] : entries) {
+        DWORD type = REG_NONE;
+        EXPECT_EQ(RegGetValueW(root, key.c_str(), name, RRF_RT_ANY | RRF_NOEXPAND, &type, nullptr, nullptr),
+                  ERROR_SUCCESS);
+        EXPECT_EQ(type, static_cast<DWORD>(REG_SZ));
+    }
+}
+
+TEST(RegistrationLog, IsCompleteInTheTextFiles) {
+    const ModuleLog log;
+    const AttachedModule module;
+    RecordingRegistry registry;
+    const RegistryScope scope(registry);
+    EXPECT_EQ(DllRegisterServer(), S_OK);
+    EXPECT_EQ(log.count(") NormalLogSeverityThreshold=trace\r\n"), 1U);
+    EXPECT_EQ(log.count(") ENTER: DllRegisterServer\r\n"), 1U);
+    EXPECT_EQ(log.count(") EXIT: DllRegisterServer\r\n"), 1U);
 }

@@ -29,7 +29,7 @@ TEST_F(FlvSourceDescriptorTest, TellsTheDurationOfTheMetaData) {
     const struct {
         double seconds;
         UINT64 duration;
-    } cases[] = {{12.345, 123'450'000}, {0, 0}, {0.00000019, 1}, {0.009, 90'000}}; // the last one less in 80 bits
+    } cases[] = {{12.345, 123'450'000}, {0, 0}, {0.00000019, 1}, {0.043, 430'000}}; // the last is one less in 80 bits
     for (const auto& [seconds, duration] : cases) {
         const Source source = open(media(MetaData::typical().set("duration", Amf0::number(seconds))));
         EXPECT_EQ(durationOf(*describe(*source.Get()).Get()), duration);

@@ -1,5 +1,7 @@
 #include "tests/source/SourceTest.h"
 
+#include <mferror.h>
+
 #include <atomic>
 #include <functional>
 #include <memory>
@@ -107,10 +109,10 @@ TEST_F(FlvSourceLockTest, IsWaitedForByEveryMethodThatUsesWhatItGuards) {
     EXPECT_TRUE(becomesTrue([this] { return log.contains("EXIT: JY::Pictaro::Fs::FlvSourceImpl::doStartAction"); }));
 }
 
-TEST_F(FlvSourceLockTest, IsWaitedForByTheEndsOfPlaying) {
+TEST_F(FlvSourceLockTest, IsWaitedForByTheStateEvenWhereItSendsNothing) {
+    ASSERT_EQ(source->Stop(), S_OK);
     expectToWait("Stop", [&] { EXPECT_EQ(source->Stop(), S_OK); });
-    ASSERT_EQ(start(*source.Get(), Position(0)), S_OK);
-    expectToWait("Pause", [&] { EXPECT_EQ(source->Pause(), S_OK); });
+    expectToWait("Pause", [&] { EXPECT_EQ(source->Pause(), MF_E_INVALID_STATE_TRANSITION); });
 }
 
 TEST_F(FlvSourceLockTest, IsWaitedForByShutdown) {

@@ -1,6 +1,7 @@
 #include "source/FlvSourceImpl.h"
 #include "tests/source/SourceTest.h"
-#include "tests/source/VirtualTable.h"
+#include "tests/support/VirtualSlot.h"
+#include "tests/support/VirtualTable.h"
 
 #include <mfapi.h>
 #include <mferror.h>
@@ -218,7 +219,7 @@ TEST_F(FlvSourceShutdownTest, IsFoundByAStartThatIsSelectingStreams) {
     static GetByIndex* original = nullptr;
     static IMFMediaSource* interrupted = nullptr;
     interrupted = source.Get();
-    VirtualTable table;
+    VirtualTable<IMFPresentationDescriptor> table;
     const Descriptor descriptor = describe(*source.Get());
     GetByIndex* const interrupting = [](IMFPresentationDescriptor* self, DWORD index, BOOL* selected,
                                         IMFStreamDescriptor** stream) -> HRESULT {
@@ -227,7 +228,8 @@ TEST_F(FlvSourceShutdownTest, IsFoundByAStartThatIsSelectingStreams) {
         }
         return original(self, index, selected, stream);
     };
-    original = table.replace(*descriptor.Get(), VirtualTable::getStreamDescriptorByIndex, interrupting);
+    original =
+        table.replace(*descriptor.Get(), slotOf(&IMFPresentationDescriptor::GetStreamDescriptorByIndex), interrupting);
     EXPECT_EQ(source->Start(descriptor.Get(), nullptr, Position().get()), MF_E_SHUTDOWN);
 }
 

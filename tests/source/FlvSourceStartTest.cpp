@@ -1,5 +1,6 @@
 #include "tests/source/SourceTest.h"
-#include "tests/source/VirtualTable.h"
+#include "tests/support/VirtualSlot.h"
+#include "tests/support/VirtualTable.h"
 
 #include <mfapi.h>
 #include <mferror.h>
@@ -128,16 +129,31 @@ TEST_F(FlvSourceStartTest, NamesTheCallThatASelectionFailsOn) {
     const struct {
         std::size_t slot;
         const char* record;
-    } cases[] = {{VirtualTable::getStreamDescriptorCount, "GetStreamDescriptorCount: (0x80070005;"},
-                 {VirtualTable::getStreamDescriptorByIndex, "GetStreamDescriptorByIndex: (0x80070005;"}};
+    } cases[] = {
+        {slotOf(&IMFPresentationDescriptor::GetStreamDescriptorCount), "GetStreamDescriptorCount: (0x80070005;"},
+        {slotOf(&IMFPresentationDescriptor::GetStreamDescriptorByIndex), "GetStreamDescriptorByIndex: (0x80070005;"}};
     for (const auto& [slot, record] : cases) {
-        VirtualTable table;
+        VirtualTable<IMFPresentationDescriptor> table;
         const Descriptor failing = describe(*source.Get());
         table.replace(
             *failing.Get(), slot, +[](IUnknown*) -> HRESULT { return E_ACCESSDENIED; });
         EXPECT_EQ(start(*source.Get(), *failing.Get(), Position()), E_ACCESSDENIED);
         EXPECT_TRUE(log.contains(record)) << record;
     }
+}
+
+TEST_F(FlvSourceStartTest, NamesAStreamDescriptorsFailureToTellWhichStreamItIs) {
+    const Source source = open(media());
+    VirtualTable<IMFStreamDescriptor> table;
+    const Descriptor failing = makeDescriptor({audioId, videoId});
+    BOOL selected = FALSE;
+    ComPtr<IMFStreamDescriptor> stream;
+    failing->GetStreamDescriptorByIndex(1, &selected, stream.GetAddressOf());
+    table.replace(
+        *stream.Get(), slotOf(&IMFStreamDescriptor::GetStreamIdentifier),
+        +[](IUnknown*) -> HRESULT { return E_ACCESSDENIED; });
+    EXPECT_EQ(start(*source.Get(), *failing.Get(), Position()), E_ACCESSDENIED);
+    EXPECT_TRUE(log.contains("GetStreamIdentifier: (0x80070005;"));
 }
 
 TEST_F(FlvSourceStartTest, HasReplacedItsSelectionWhenAStartIsRefused) {

@@ -1,9 +1,10 @@
 #include "tests/source/MediaFoundationSeam.h"
 
 #include "streams/FlvStream.h"
-#include "tests/source/VirtualTable.h"
 #include "tests/support/Faults.h"
 #include "tests/support/ImportPatch.h"
+#include "tests/support/VirtualSlot.h"
+#include "tests/support/VirtualTable.h"
 
 #include <mfapi.h>
 #include <mfidl.h>
@@ -48,9 +49,9 @@ HRESULT faultNow(MediaFoundationCall call) {
 }
 
 /// Lets a method of one object fail.
-template <MediaFoundationCall call, std::size_t slot>
-void failSlot(IUnknown& object) {
-    static VirtualTable table;
+template <MediaFoundationCall call, class Interface>
+void failMethod(Interface& object, std::size_t slot) {
+    static VirtualTable<Interface> table;
     if (FAILED(faultNow(call))) {
         table.replace(
             object, slot, +[](IUnknown*) { return faultNow(call); });
@@ -327,7 +328,7 @@ HRESULT STDAPICALLTYPE Seam::createMediaEvent(MediaEventType type, REFGUID exten
         return fault;
     }
     const HRESULT result = seam.createMediaEvent_.callOriginal(type, extendedType, status, value, event);
-    failSlot<MediaFoundationCall::setEventAttribute, VirtualTable::setUint64>(**event);
+    failMethod<MediaFoundationCall::setEventAttribute>(**event, slotOf(&IMFMediaEvent::SetUINT64));
     return result;
 }
 
@@ -338,9 +339,9 @@ HRESULT STDAPICALLTYPE Seam::createPresentationDescriptor(DWORD count, IMFStream
         return fault;
     }
     const HRESULT outcome = seam.createPresentationDescriptor_.callOriginal(count, descriptors, result);
-    failSlot<MediaFoundationCall::setDescriptorAttribute, VirtualTable::setUint64>(**result);
-    failSlot<MediaFoundationCall::selectStream, VirtualTable::selectStream>(**result);
-    failSlot<MediaFoundationCall::cloneDescriptor, VirtualTable::clone>(**result);
+    failMethod<MediaFoundationCall::setDescriptorAttribute>(**result, slotOf(&IMFPresentationDescriptor::SetUINT64));
+    failMethod<MediaFoundationCall::selectStream>(**result, slotOf(&IMFPresentationDescriptor::SelectStream));
+    failMethod<MediaFoundationCall::cloneDescriptor>(**result, slotOf(&IMFPresentationDescriptor::Clone));
     return outcome;
 }
 

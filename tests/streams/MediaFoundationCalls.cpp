@@ -2,13 +2,13 @@
 
 #include "tests/streams/MediaFoundationObjects.h"
 #include "tests/support/ImportPatch.h"
+#include "tests/support/VirtualTable.h"
 
 #include <mfapi.h>
 #include <mfidl.h>
 #include <wrl/client.h>
 
 #include <algorithm>
-#include <array>
 #include <cstdint>
 #include <utility>
 #include <vector>
@@ -60,45 +60,24 @@ HRESULT STDMETHODCALLTYPE fail(void*) {
     return fault != nullptr ? fault->result : E_UNEXPECTED;
 }
 
-/// The methods of the interfaces of Media Foundation as they lie in their tables.
-template <class Interface>
-constexpr std::size_t methodCount = 0;
-template <>
-constexpr std::size_t methodCount<IMFMediaType> = 38;
-template <>
-constexpr std::size_t methodCount<IMFStreamDescriptor> = 35;
-template <>
-constexpr std::size_t methodCount<IMFMediaTypeHandler> = 9;
-template <>
-constexpr std::size_t methodCount<IMFMediaBuffer> = 8;
-template <>
-constexpr std::size_t methodCount<IMFSample> = 47;
-template <>
-constexpr std::size_t methodCount<IMFMediaEventQueue> = 10;
-
-/// Gives the object a table of its own, in which methods can be replaced.
-template <class Interface>
-void** ownMethods(Interface& object) {
-    static std::array<void*, methodCount<Interface>> methods;
-    void**& table = *reinterpret_cast<void***>(&object);
-    if (table != methods.data()) {
-        std::copy_n(table, methods.size(), methods.begin());
-        table = methods.data();
-    }
-    return table;
+/// Replaces a method of the object and gives the one before.
+template <class Interface, class Function>
+Function* replaceMethod(Interface& object, std::size_t slot, Function* replacement) {
+    static VirtualTable<Interface> table;
+    return table.replace(object, slot, replacement);
 }
 
 template <Call call, class Interface>
 void failIf(Interface& object, std::size_t slot) {
     if (isToFail(call)) {
-        ownMethods(object)[slot] = reinterpret_cast<void*>(fail<call>);
+        replaceMethod(object, slot, fail<call>);
     }
 }
 
 /// A method of IMFAttributes that sets a value: given by address, number or both.
-using Setter = HRESULT(STDMETHODCALLTYPE*)(void* object, const GUID* key, std::uintptr_t value, std::uintptr_t size);
+using Setter = HRESULT STDMETHODCALLTYPE(void* object, const GUID* key, std::uintptr_t value, std::uintptr_t size);
 template <std::size_t slot>
-Setter originalSetter;
+Setter* originalSetter;
 
 template <std::size_t slot>
 HRESULT STDMETHODCALLTYPE setAttribute(void* object, const GUID* key, std::uintptr_t value, std::uintptr_t size) {
@@ -107,9 +86,8 @@ HRESULT STDMETHODCALLTYPE setAttribute(void* object, const GUID* key, std::uintp
 }
 
 template <std::size_t slot>
-void replaceSetter(void** methods) {
-    originalSetter<slot> =
-        reinterpret_cast<Setter>(std::exchange(methods[slot], reinterpret_cast<void*>(setAttribute<slot>)));
+void replaceSetter(IMFMediaType& type) {
+    originalSetter<slot> = replaceMethod(type, slot, setAttribute<slot>);
 }
 
 class Seam {
@@ -153,11 +131,10 @@ HRESULT STDAPICALLTYPE Seam::createMediaType(IMFMediaType** result) {
         Call::createMediaType, [&] { return seam.createMediaType_.callOriginal(result); }, result,
         [](IMFMediaType& type) {
             if (isToFail(Call::setAttribute)) {
-                void** const methods = ownMethods(type);
-                replaceSetter<21>(methods); // SetUINT32
-                replaceSetter<22>(methods); // SetUINT64
-                replaceSetter<24>(methods); // SetGUID
-                replaceSetter<26>(methods); // SetBlob
+                replaceSetter<21>(type); // SetUINT32
+                replaceSetter<22>(type); // SetUINT64
+                replaceSetter<24>(type); // SetGUID
+                replaceSetter<26>(type); // SetBlob
             }
         });
 }
