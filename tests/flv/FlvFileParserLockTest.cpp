@@ -6,10 +6,11 @@
 #include "tests/support/TempFile.h"
 
 #include <atomic>
-#include <functional>
 #include <gtest/gtest.h>
+#include <ostream>
 #include <string>
 #include <thread>
+#include <utility>
 
 namespace {
 
@@ -28,6 +29,10 @@ struct Operation {
     const char* name;
     void (*run)(FlvFileParser& parser);
 };
+
+void PrintTo(const Operation& operation, std::ostream* out) {
+    *out << operation.name;
+}
 
 const Operation operations[] = {
     {"clearHandler", [](FlvFileParser& parser) { parser.clearHandler(); }},
