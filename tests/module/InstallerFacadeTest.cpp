@@ -5,6 +5,7 @@
 #include "tests/config/RegistryTesting.h"
 #include "tests/module/AttachedModule.h"
 #include "tests/module/ModuleLog.h"
+#include "tests/support/FailingCore.h"
 #include "tests/support/Faults.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/RecordingRegistry.h"
@@ -14,6 +15,8 @@
 #include "util/FatalException.h"
 #include "util/JYWin32.h"
 #include "util/UnknownException.h"
+
+#include <boost/make_shared.hpp>
 
 #include <functional>
 #include <gmock/gmock.h>
@@ -121,6 +124,15 @@ const Failure failures[] = {
     {"Unknown", [] { throw 7; }, Severity::fatal,
      "Exception caught. class JY::UnknownException, Unknown exception. @InstallerFacade:", E_FAIL},
 };
+
+TEST_F(InstallerFacadeTest, ChangesNothingWithoutMemoryForALogger) {
+    Log2::setCore(boost::make_shared<JY::Test::FailingCore>());
+    EXPECT_EQ(DllRegisterServer(), E_FAIL);
+    EXPECT_EQ(DllUnregisterServer(), E_FAIL);
+    EXPECT_EQ(RegisterServerFromMsi(), UINT{ERROR_INSTALL_FAILURE});
+    EXPECT_EQ(UnregisterServerFromMsi(), UINT{ERROR_INSTALL_FAILURE});
+    EXPECT_TRUE(registry.calls.empty());
+}
 
 class InstallerFailure : public InstallerFacadeTest, public testing::WithParamInterface<Failure> {
 protected:

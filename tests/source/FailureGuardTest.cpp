@@ -2,6 +2,9 @@
 
 #include "tests/source/Settings.h"
 #include "tests/support/LogCapture.h"
+#include "tests/support/RecordingRegistry.h"
+#include "tests/support/RegistryScope.h"
+#include "util/FatalException.h"
 
 #include <gtest/gtest.h>
 #include <stdexcept>
@@ -60,6 +63,16 @@ TEST_F(FailureGuardTest, HidesTheFileLikeEveryRecord) {
     const std::wstring missing = L"A";
     FailureGuard(position, missing).callEnded(Log2::untraced());
     EXPECT_EQ(log.messages(), (std::vector<std::string>{"ResolveFile failed. ", "File=ffbe"}));
+}
+
+TEST_F(FailureGuardTest, LeavesTheResultAloneWhenTheFilesNameCannotBeTold) {
+    RecordingRegistry registry;
+    registry.onCall = [] { throw FatalException(position, "The registry fails."); };
+    const RegistryScope scope(registry);
+    FailureGuard guard(position, path);
+    const auto refuse = [](const Pictaro::ComCall&) { return E_ACCESSDENIED; };
+    EXPECT_EQ(Pictaro::comCall({position, nullptr, "Method"}, {}, refuse, &guard), E_ACCESSDENIED);
+    EXPECT_EQ(log.messages(true), (std::vector<std::string>{"ENTER: Method", "File=", "EXIT: Method"}));
 }
 
 TEST_F(FailureGuardTest, SpeaksAfterTheFailureAndBeforeTheEndOfTheCall) {

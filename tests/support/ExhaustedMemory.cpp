@@ -1,7 +1,6 @@
 #include "tests/support/ExhaustedMemory.h"
 
 #include <atomic>
-#include <cstdlib>
 #include <new>
 
 namespace {
@@ -9,7 +8,14 @@ std::atomic<bool> memoryIsExhausted{false};
 }
 
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-    return memoryIsExhausted ? nullptr : std::malloc(size);
+    if (memoryIsExhausted) {
+        return nullptr;
+    }
+    try {
+        return ::operator new(size); // the program's own, if it has one
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
 }
 
 namespace JY::Test {
