@@ -28,11 +28,11 @@ std::vector<std::size_t> recordsOf(const Bytes& film) {
 
 /// The end of every tag to the byte, what the film is described by at every byte's end, and places anywhere.
 std::set<std::size_t> cutsOf(const Bytes& film) {
-    constexpr std::size_t describing = 4; // tags: the script, the pictures', the sound's, and the first with sound
+    constexpr std::size_t describing = 3; // tags: the script, the pictures' and the sound's
     const std::vector<std::size_t> records = recordsOf(film);
     std::set<std::size_t> cuts;
     for (const std::size_t record : records) {
-        for (const std::size_t cut : {record - 1, record, record + 3, record + 4, record + 5, record + 15}) {
+        for (const std::size_t cut : {record - 1, record, record + 4, record + 15}) {
             cuts.insert(std::min(cut, film.size()));
         }
     }
@@ -40,7 +40,7 @@ std::set<std::size_t> cutsOf(const Bytes& film) {
         cuts.insert(cut);
     }
     std::mt19937 random(20110706);
-    for (unsigned left = 200; left != 0; --left) {
+    for (unsigned left = 100; left != 0; --left) {
         cuts.insert(random() % film.size());
     }
     return cuts;

@@ -120,15 +120,72 @@ TEST_P(Seeks, GoOnWithTheSamplesThatTheRulesGive) {
 }
 
 INSTANTIATE_TEST_SUITE_P(WithAnIndex, Seeks,
-                         testing::Values(SeekFilm{"film", 150}, SeekFilm{"slices", 150}, SeekFilm{"sparse", 150},
-                                         SeekFilm{"video", 150}, SeekFilm{"mp3", 150}, SeekFilm{"main25", 150},
-                                         SeekFilm{"high60", 150}, SeekFilm{"wrap32", 150}, SeekFilm{"long", 20}),
+                         testing::Values(SeekFilm{"film", 300}, SeekFilm{"slices", 300}, SeekFilm{"sparse", 300},
+                                         SeekFilm{"video", 300}, SeekFilm{"mp3", 300}, SeekFilm{"main25", 300},
+                                         SeekFilm{"high60", 300}, SeekFilm{"wrap32", 300}, SeekFilm{"long", 60}),
                          [](const auto& film) { return film.param.name; });
 INSTANTIATE_TEST_SUITE_P(WithoutAnIndex, Seeks,
-                         testing::Values(SeekFilm{"noindex", 150}, SeekFilm{"audio", 150}, SeekFilm{"mp3noindex", 150},
-                                         SeekFilm{"noduration", 150}, SeekFilm{"earlier", 150},
-                                         SeekFilm{"wrap24", 150}),
+                         testing::Values(SeekFilm{"noindex", 300}, SeekFilm{"audio", 300}, SeekFilm{"mp3noindex", 300},
+                                         SeekFilm{"noduration", 300}, SeekFilm{"earlier", 300},
+                                         SeekFilm{"wrap24", 300}),
                          [](const auto& film) { return film.param.name; });
+
+/// A film of six seconds with a key frame every second, with an index or without. What is expected is told by ffprobe
+/// alone.
+struct KeyFrames : testing::TestWithParam<const char*> {
+    /// Plays a little from there.
+    void playFrom(LONGLONG place) {
+        playback.start(place);
+        for (unsigned left = 10; left != 0; --left) {
+            playback.request(video);
+            playback.request(audio);
+        }
+        playback.stop();
+    }
+
+    /// From the last key frame at or before it.
+    void expectPlaysFrom(LONGLONG target) {
+        const std::vector<ProbedPacket> pictures = film.videoPackets();
+        const auto key = std::find_if(pictures.rbegin(), pictures.rend(), [&](const ProbedPacket& picture) {
+            return picture.key && picture.decodingTime * 10'000 <= target;
+        });
+        ASSERT_NE(key, pictures.rend());
+        const std::vector<ProbedPacket> sounds = film.audioPackets();
+        const auto sound =
+            std::ranges::find_if(sounds, [&](const ProbedPacket& each) { return each.position > key->position; });
+        ASSERT_NE(sound, sounds.end());
+
+        playback.start(target);
+        ASSERT_EQ(playback.request(video), Answer::sample);
+        EXPECT_EQ(playback.played(video).front().time, key->time * 10'000) << target;
+        EXPECT_TRUE(playback.played(video).front().cleanPoint) << target;
+        ASSERT_EQ(playback.request(audio), Answer::sample);
+        EXPECT_EQ(playback.played(audio).front().time, sound->time * 10'000) << target;
+        EXPECT_EQ(playback.played(audio).front().bytes.size(), sound->bytes) << target;
+        playback.stop();
+    }
+
+    LoadedSession loaded;
+    TestFilm film{GetParam()};
+    CheckedPlayback playback{loaded.module, film.path(), ExpectedSource(film.bytes())};
+};
+
+TEST_P(KeyFrames, AreWherePlayingGoesOnLaterInTheFilm) {
+    for (LONGLONG target = second / 2; target < 6 * second; target += second) {
+        playFrom(0);
+        expectPlaysFrom(target);
+    }
+}
+
+TEST_P(KeyFrames, AreWherePlayingGoesOnEarlierInTheFilm) {
+    for (LONGLONG target = second / 2; target < 5 * second; target += second) {
+        playFrom(5 * second + second / 2);
+        expectPlaysFrom(target);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Films, KeyFrames, testing::Values("film", "noindex", "slices"),
+                         [](const auto& film) { return film.param; });
 
 } // namespace
 } // namespace JY::Test
