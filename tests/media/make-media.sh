@@ -17,8 +17,8 @@
 #
 # Beside each NAME.flv stand what ffprobe and ffmpeg tell of it:
 #
-#   NAME.packets.csv   a row for every packet: codec_type,pts,dts,size,flags,data_hash (milliseconds, bytes, "K_" for a
-#                      key frame, "CRC32:" and the payload's CRC)
+#   NAME.packets.csv   a row for every packet: codec_type,pts,dts,size,pos,flags,data_hash (milliseconds, bytes, where
+#                      the tag starts, "K_" for a key frame, "CRC32:" and the payload's CRC)
 #   NAME.json          the container, its streams and its packets with SHA-256 hashes
 #   NAME.frames.csv    the time (seconds) of every decoded picture, one a row; only where there is video
 #   NAME.mp3           the frames of MP3 sound, one behind the other
@@ -30,42 +30,22 @@
 set -euo pipefail
 
 folder=$1
-mkdir -p "$folder"
-stamp=$folder/made
-self=$(sha256sum "${BASH_SOURCE[0]}")
-# Two presets may want the files at the same time.
-exec 9>"$folder/lock"
-flock 9
-[[ -e $stamp && $(<"$stamp") == "$self" ]] && exit 0
-
-for program in ffmpeg ffprobe; do
-    command -v "$program" >/dev/null || {
-        echo "$program was not found; the test films are made with it (package ffmpeg)." >&2
-        exit 1
-    }
-done
+source "$(dirname "${BASH_SOURCE[0]}")/films.sh"
+begin_unless_made made "${BASH_SOURCE[0]}" "$(dirname "${BASH_SOURCE[0]}")/films.sh"
 
 h264=(-c:v libx264 -preset veryfast -pix_fmt yuv420p -bf 2 -g 25 -keyint_min 25 -sc_threshold 0)
 aac=(-c:a aac -b:a 96k)
 mp3=(-c:a libmp3lame -b:a) # followed by the bit rate
 index=(-flvflags add_keyframe_index)
 
-# picture SIZE SECONDS / sound CHANNELS RATE SECONDS: the inputs.
+# picture SIZE SECONDS: the input.
 picture() { inputs+=(-f lavfi -i "testsrc2=size=$1:rate=25:duration=$2"); }
-sound() { inputs+=(-f lavfi -i "sine=frequency=440:sample_rate=$2:duration=$3,aformat=channel_layouts=$1"); }
-
-# packets FILE: what ffprobe tells of its packets, a row each.
-packets() {
-    ffprobe -v error -show_data_hash CRC32 -show_entries packet=codec_type,pts,dts,size,flags,data_hash \
-        -of csv=print_section=0 "$1"
-}
 
 # make NAME OPTION...: NAME.flv of the inputs, and what is told of it.
 make() {
     local name=$1 file=$folder/$1.flv
     shift
-    ffmpeg -nostdin -v error -y "${inputs[@]}" "$@" -flags +bitexact -fflags +bitexact "$file"
-    inputs=()
+    encode "$file" "$@"
     packets "$file" >"$folder/$name.packets.csv"
     ffprobe -v error -show_data_hash SHA256 -show_format -show_streams -show_packets -of json "$file" \
         >"$folder/$name.json"
@@ -97,9 +77,7 @@ frames() {
 frames_alone() {
     local name=$folder/sound$2
     sound "$1" "$2" 0.5
-    ffmpeg -nostdin -v error -y "${inputs[@]}" -c:a libmp3lame -b:a "$3" "${bare[@]}" -flags +bitexact \
-        -fflags +bitexact "$name.mp3"
-    inputs=()
+    encode "$name.mp3" -c:a libmp3lame -b:a "$3" "${bare[@]}"
     packets "$name.mp3" >"$name.packets.csv"
 }
 
@@ -144,4 +122,4 @@ reference oddsize 1.000 bt601
 reference hd 0.500 bt709
 reference video 1.500 bt601
 
-echo "$self" >"$stamp"
+end_made

@@ -4,8 +4,8 @@
 #include "tests/support/FlvBuilder.h"
 #include "tests/support/TempFile.h"
 #include "tests/tools/PlayedStream.h"
+#include "tests/tools/SampleBytes.h"
 #include "tests/tools/TestFilm.h"
-#include "tools/BufferLock.h"
 #include "tools/Failure.h"
 #include "tools/Session.h"
 
@@ -91,13 +91,6 @@ std::vector<LONGLONG> packetTimes(const TestFilm& film) {
     return times;
 }
 
-void append(Bytes& bytes, IMFSample& sample) {
-    ComPtr<IMFMediaBuffer> buffer;
-    check(sample.ConvertToContiguousBuffer(buffer.GetAddressOf()), "IMFSample::ConvertToContiguousBuffer");
-    const BufferLock locked(*buffer.Get());
-    bytes.insert(bytes.end(), locked.bytes().begin(), locked.bytes().end());
-}
-
 UINT32 numberOf(IMFMediaType& type, const GUID& key) {
     UINT32 value = 0;
     check(type.GetUINT32(key, &value), "IMFAttributes::GetUINT32");
@@ -113,7 +106,7 @@ struct PlayedSound {
     explicit PlayedSound(const std::wstring& path) {
         PlayedStream stream(path, audioStream);
         while (const auto delivered = stream.next()) {
-            append(bytes, *delivered->sample.Get());
+            bytes = join({bytes, bytesOf(*delivered->sample.Get())});
             times.push_back(delivered->facts.time / 10'000);
             durations.push_back(delivered->facts.duration / 10'000);
         }

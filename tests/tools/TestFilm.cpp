@@ -4,7 +4,6 @@
 #include <cmath>
 #include <cstdlib>
 #include <fstream>
-#include <iterator>
 #include <sstream>
 #include <stdexcept>
 
@@ -20,22 +19,32 @@ std::ifstream openFile(const std::filesystem::path& path) {
     return file;
 }
 
-/// "video,80,0,4109,K_,CRC32:13a7350c"
+std::vector<std::uint8_t> contentOf(const std::filesystem::path& path) {
+    std::ifstream file = openFile(path);
+    std::vector<std::uint8_t> content(static_cast<std::size_t>(std::filesystem::file_size(path)));
+    file.read(reinterpret_cast<char*>(content.data()), static_cast<std::streamsize>(content.size()));
+    return content;
+}
+
+/// "video,80,0,4109,944,K_,CRC32:13a7350c"
 ProbedPacket parsePacket(const std::string& row) {
     std::istringstream fields(row);
     std::string kind;
     std::string time;
     std::string decodingTime;
     std::string bytes;
+    std::string position;
     std::string flags;
     std::string hash;
-    for (std::string* field : {&kind, &time, &decodingTime, &bytes, &flags, &hash}) {
+    for (std::string* field : {&kind, &time, &decodingTime, &bytes, &position, &flags, &hash}) {
         std::getline(fields, *field, ',');
     }
     ProbedPacket packet;
     packet.video = kind == "video";
     packet.time = std::stoll(time);
+    packet.decodingTime = std::stoll(decodingTime);
     packet.bytes = std::stoull(bytes);
+    packet.position = std::stoull(position);
     packet.key = flags.starts_with('K');
     packet.crc = static_cast<std::uint32_t>(std::stoul(hash.substr(hash.find(':') + 1), nullptr, 16));
     return packet;
@@ -63,9 +72,25 @@ std::filesystem::path TestFilm::file(const std::string& ending) const {
     return std::filesystem::absolute(std::filesystem::path(folder) / (name_ + ending));
 }
 
+std::vector<std::uint8_t> TestFilm::bytes() const {
+    return contentOf(file(".flv"));
+}
+
+std::vector<std::uint8_t> TestFilm::parameters(const std::string& stream) const {
+    std::ifstream rows = openFile(file(".parameters.csv"));
+    std::vector<std::uint8_t> result;
+    for (std::string row; std::getline(rows, row);) {
+        if (row.starts_with(stream + ",")) {
+            for (std::size_t digit = stream.size() + 1; digit + 1 < row.size(); digit += 2) {
+                result.push_back(static_cast<std::uint8_t>(std::stoul(row.substr(digit, 2), nullptr, 16)));
+            }
+        }
+    }
+    return result;
+}
+
 std::vector<std::uint8_t> TestFilm::soundFrames() const {
-    std::ifstream frames = openFile(file(".mp3"));
-    return {std::istreambuf_iterator<char>(frames), {}};
+    return contentOf(file(".mp3"));
 }
 
 std::vector<ProbedPacket> TestFilm::packets() const {

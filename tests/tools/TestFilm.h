@@ -16,7 +16,10 @@ struct ProbedPacket {
     bool video = false;
     /// Presentation time in milliseconds.
     LONGLONG time = 0;
+    LONGLONG decodingTime = 0;
     std::uint64_t bytes = 0;
+    /// Where its tag starts in the file.
+    std::uint64_t position = 0;
     bool key = false;
     std::uint32_t crc = 0;
 };
@@ -28,6 +31,10 @@ public:
     explicit TestFilm(const std::string& name);
 
     std::wstring path() const { return file(".flv").wstring(); }
+    /// The whole file.
+    std::vector<std::uint8_t> bytes() const;
+    /// What a film of the matrix tells the decoder of "audio" or "video"; nothing when it tells nothing.
+    std::vector<std::uint8_t> parameters(const std::string& stream) const;
     /// The frames of its MP3 sound, one behind the other.
     std::vector<std::uint8_t> soundFrames() const;
     /// In the order of the file.
