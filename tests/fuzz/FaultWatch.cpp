@@ -5,13 +5,18 @@
 #include <array>
 #include <atomic>
 #include <cstdio>
+#include <filesystem>
 
 namespace JY::Fuzz {
 
 namespace {
 
+constexpr DWORD mostFrames = 24;
+
 struct Fault {
     DWORD code;
+    std::array<void*, mostFrames> callers;
+    USHORT callerCount;
     const void* instruction;
     ULONG_PTR access;
     ULONG_PTR address;
@@ -38,10 +43,29 @@ bool isHardwareFault(DWORD code) {
 LONG CALLBACK note(EXCEPTION_POINTERS* pointers) {
     const EXCEPTION_RECORD& record = *pointers->ExceptionRecord;
     if (isHardwareFault(record.ExceptionCode) && faultCount.fetch_add(1) == 0) {
-        firstFault = {record.ExceptionCode, record.ExceptionAddress, record.ExceptionInformation[0],
-                      record.ExceptionInformation[1]};
+        firstFault.code = record.ExceptionCode;
+        firstFault.instruction = record.ExceptionAddress;
+        firstFault.access = record.ExceptionInformation[0];
+        firstFault.address = record.ExceptionInformation[1];
+        firstFault.callerCount = record.ExceptionCode == EXCEPTION_STACK_OVERFLOW
+                                     ? USHORT{0}
+                                     : RtlCaptureStackBackTrace(0, mostFrames, firstFault.callers.data(), nullptr);
     }
     return EXCEPTION_CONTINUE_SEARCH;
+}
+
+/// The file of a loaded module and an offset in it.
+std::string placeOf(const void* instruction) {
+    HMODULE module = nullptr;
+    std::array<char, MAX_PATH> path{};
+    GetModuleHandleExA(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+                       static_cast<LPCSTR>(instruction), &module);
+    GetModuleFileNameA(module, path.data(), static_cast<DWORD>(path.size()));
+    std::array<char, 32> offset{};
+    std::snprintf(
+        offset.data(), offset.size(), "+0x%llX",
+        static_cast<unsigned long long>(static_cast<const char*>(instruction) - reinterpret_cast<const char*>(module)));
+    return std::filesystem::path(path.data()).filename().string() + offset.data();
 }
 
 } // namespace
@@ -57,19 +81,16 @@ std::string FaultWatch::take() {
     if (count == 0) {
         return {};
     }
-    HMODULE module = nullptr;
-    std::array<char, MAX_PATH> name{};
-    GetModuleHandleExA(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
-                       static_cast<LPCSTR>(firstFault.instruction), &module);
-    GetModuleFileNameA(module, name.data(), static_cast<DWORD>(name.size()));
-    std::array<char, MAX_PATH + 200> text{};
-    std::snprintf(text.data(), text.size(), "fault 0x%08lX at %s+0x%llX (access %llu of 0x%llX), %u in all",
-                  static_cast<unsigned long>(firstFault.code), name.data(),
-                  static_cast<unsigned long long>(static_cast<const char*>(firstFault.instruction) -
-                                                  reinterpret_cast<const char*>(module)),
+    std::array<char, 120> text{};
+    std::snprintf(text.data(), text.size(), "fault 0x%08lX, %u in all, access %llu of 0x%llX, at ",
+                  static_cast<unsigned long>(firstFault.code), count,
                   static_cast<unsigned long long>(firstFault.access),
-                  static_cast<unsigned long long>(firstFault.address), count);
-    return text.data();
+                  static_cast<unsigned long long>(firstFault.address));
+    std::string result = text.data() + placeOf(firstFault.instruction) + ", called by";
+    for (USHORT index = 0; index < firstFault.callerCount; ++index) {
+        result += ' ' + placeOf(firstFault.callers[index]);
+    }
+    return result;
 }
 
 } // namespace JY::Fuzz

@@ -13,7 +13,7 @@ public:
     FaultWatch& operator=(const FaultWatch&) = delete;
     ~FaultWatch();
 
-    /// What has been noted since the last call: code, instruction and module of the first fault. Empty for nothing.
+    /// What has been noted since the last call: code, place and callers of the first fault. Empty for nothing.
     std::string take();
 
 private:

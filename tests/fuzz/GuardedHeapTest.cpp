@@ -8,7 +8,9 @@
 #include <windows.h>
 
 #include <cstdint>
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <string>
 #include <vector>
 
 namespace {
@@ -147,7 +149,9 @@ TEST(FaultWatch, NotesAFaultThatIsHandled) {
     Fuzz::FaultWatch watch;
     EXPECT_EQ(watch.take(), "");
     EXPECT_EQ(codeOfFault([] { JY::Test::readFrom(nullptr); }), accessViolation);
-    EXPECT_TRUE(watch.take().starts_with("fault 0xC0000005 at "));
+    const std::string fault = watch.take();
+    EXPECT_THAT(fault, testing::StartsWith("fault 0xC0000005, 1 in all, access 0 of 0x0, at fuzzer_tests.exe+0x"));
+    EXPECT_THAT(fault.substr(fault.find("called by")), testing::HasSubstr(" fuzzer_tests.exe+0x"));
     EXPECT_EQ(watch.take(), "");
 }
 
