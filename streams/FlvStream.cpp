@@ -202,11 +202,19 @@ void FlvStream::requireRoom(std::int64_t surplus) const {
 }
 
 void FlvStream::detachFromSource() noexcept {
+    cutLoose();
+    shutDownEvents();
+}
+
+void FlvStream::cutLoose() noexcept {
     const std::lock_guard guard(*lock_);
     shutdown();
     source_ = nullptr;
     parser_ = nullptr;
     purgeSamples();
+}
+
+void FlvStream::shutDownEvents() noexcept {
     try {
         eventQueue_->Shutdown();
     } catch (...) {
