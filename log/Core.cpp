@@ -38,12 +38,4 @@ Logger untraced() {
     return installedCore.read([](Core* core) { return core != nullptr ? core->createLogger() : Logger(nullCore()); });
 }
 
-void flushCore() {
-    installedCore.read([](Core* core) {
-        if (core != nullptr) {
-            core->flush();
-        }
-    });
-}
-
 } // namespace JY::Log2

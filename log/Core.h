@@ -41,7 +41,4 @@ Logger traceMember(SourcePosition position, const std::type_info& type, const ch
 Logger traceFunction(SourcePosition position, const char* function);
 Logger untraced();
 
-/// Flushes the sinks of the process-wide core.
-void flushCore();
-
 } // namespace JY::Log2

@@ -23,7 +23,7 @@ class KeepingCore final : public InternalCoreInterface {
 public:
     void write(const Record& record) override { messages.emplace_back(record.message); }
     void releaseLogger() override {}
-    bool wants(Severity) const { return true; }
+    bool wants(Severity) const override { return true; }
 
     std::vector<std::string> messages;
 };
@@ -32,7 +32,7 @@ class ThrowingCore final : public InternalCoreInterface {
 public:
     void write(const Record&) override { throw 1; }
     void releaseLogger() override {}
-    bool wants(Severity) const { return true; }
+    bool wants(Severity) const override { return true; }
 };
 
 class RecordBuilderTest : public testing::Test {
