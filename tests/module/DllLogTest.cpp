@@ -4,11 +4,10 @@
 #include "tests/source/ClientObjects.h"
 #include "tests/support/ModuleSetting.h"
 #include "tests/support/OpenHandles.h"
+#include "tests/support/PrivateMemory.h"
 #include "tests/support/ProgramRun.h"
 
 #include <windows.h>
-// psapi.h needs the types of windows.h.
-#include <psapi.h>
 
 #include <array>
 #include <atomic>
@@ -31,6 +30,7 @@ using JY::Test::LoadedModule;
 using JY::Test::logFileName;
 using JY::Test::ModuleLog;
 using JY::Test::ModuleSetting;
+using JY::Test::privateBytes;
 using JY::Test::ProgramRun;
 using JY::Test::rotatedDigest;
 using JY::Test::runProgramBeside;
@@ -191,13 +191,6 @@ TEST(DllLog, VersionStandsInTheTableThatItIsLookedForIn) {
     ASSERT_EQ(size, 2 * sizeof(WORD));
     EXPECT_EQ(static_cast<const WORD*>(value)[0], 0x0411);
     EXPECT_EQ(static_cast<const WORD*>(value)[1], 0x04b0);
-}
-
-std::size_t privateBytes() {
-    PROCESS_MEMORY_COUNTERS counters{};
-    counters.cb = sizeof counters;
-    EXPECT_TRUE(GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof counters));
-    return counters.PagefileUsage;
 }
 
 /// Has the library throw and catch an exception on this thread.

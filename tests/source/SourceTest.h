@@ -7,6 +7,7 @@
 #include "tests/source/Settings.h"
 #include "tests/support/FlvBuilder.h"
 #include "tests/support/LogCapture.h"
+#include "tests/support/Position.h"
 #include "tests/support/TempFile.h"
 
 #include <mfidl.h>
@@ -21,26 +22,6 @@
 #include <vector>
 
 namespace JY::Test {
-
-/// A start position; null for VT_EMPTY.
-class Position {
-public:
-    Position() = default;
-    explicit Position(LONGLONG hundredNanoseconds) {
-        value_.vt = VT_I8;
-        value_.hVal.QuadPart = hundredNanoseconds;
-    }
-    static Position seconds(double seconds) { return Position(static_cast<LONGLONG>(seconds * 10'000'000)); }
-    static Position ofType(VARTYPE type) {
-        Position position;
-        position.value_.vt = type;
-        return position;
-    }
-    const PROPVARIANT* get() const { return &value_; }
-
-private:
-    PROPVARIANT value_{};
-};
 
 /// A file of both kinds that is played and sought in. Sources are made straight from the class, as the byte-stream
 /// handler makes them. At the end of every test nothing of the module may be in use any more.

@@ -14,9 +14,9 @@ T* at(std::byte* image, DWORD offset) {
     return reinterpret_cast<T*>(image + offset);
 }
 
-/// Where the program keeps the address of an imported function; null when it imports none of that name.
-ULONGLONG* findImport(const char* function) {
-    auto* const image = reinterpret_cast<std::byte*>(GetModuleHandleW(nullptr));
+/// Where a module keeps the address of an imported function; null when it imports none of that name.
+ULONGLONG* findImport(HMODULE module, const char* function) {
+    auto* const image = reinterpret_cast<std::byte*>(module != nullptr ? module : GetModuleHandleW(nullptr));
     const auto& dos = *at<IMAGE_DOS_HEADER>(image, 0);
     const auto& headers = *at<IMAGE_NT_HEADERS64>(image, static_cast<DWORD>(dos.e_lfanew));
     const auto& directory = headers.OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT];
@@ -35,8 +35,8 @@ ULONGLONG* findImport(const char* function) {
 
 } // namespace
 
-void* exchangeImport(const char* function, void* replacement) {
-    ULONGLONG* const place = findImport(function);
+void* exchangeImport(HMODULE module, const char* function, void* replacement) {
+    ULONGLONG* const place = findImport(module, function);
     if (place == nullptr) {
         throw std::logic_error(std::string("Not imported: ") + function);
     }
