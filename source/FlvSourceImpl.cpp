@@ -114,8 +114,11 @@ FlvSourceImpl::FlvSourceImpl(ModuleUsageCounter& counter, std::wstring filePath)
 
 FlvSourceImpl::~FlvSourceImpl() {
     const Log2::Logger log = Log2::traceMember(here(), typeid(*this), "~FlvSourceImpl");
-    const std::lock_guard guard(*lock_);
-    detachStreams();
+    {
+        const std::lock_guard guard(*lock_);
+        cutStreamsLoose();
+    }
+    shutDownEvents(streams_);
     if (eventQueue_ != nullptr) {
         eventQueue_->Shutdown();
     }
@@ -394,25 +397,37 @@ HRESULT FlvSourceImpl::Pause() {
 
 HRESULT FlvSourceImpl::Shutdown() {
     return guardedCall(here(), "Shutdown", {}, [&](const ComCall&) {
-        const std::lock_guard guard(*lock_);
-        checkShutdown();
-        isShutdown_ = true;
-        detachStreams();
-        selectedStreams_.clear();
-        streams_.clear();
-        presentationDescriptor_.Reset();
-        parser_.reset();
-        metaData_.reset();
-        // Last, because it lets go of what the client has queued: a fault there must leave nothing open.
-        const auto queue = std::move(eventQueue_);
+        StreamMap streams;
+        ComPtr<IMFMediaEventQueue> queue;
+        {
+            const std::lock_guard guard(*lock_);
+            checkShutdown();
+            isShutdown_ = true;
+            cutStreamsLoose();
+            streams.swap(streams_);
+            queue.Swap(eventQueue_);
+            selectedStreams_.clear();
+            presentationDescriptor_.Reset();
+            parser_.reset();
+            metaData_.reset();
+        }
+        // Last and without the lock, because it lets go of what the client has queued: its end may wait for a thread
+        // that calls the source, and a fault there must leave nothing open.
+        shutDownEvents(streams);
         queue->Shutdown();
         return S_OK;
     });
 }
 
-void FlvSourceImpl::detachStreams() {
+void FlvSourceImpl::cutStreamsLoose() {
     for (const auto& [streamId, stream] : streams_) {
-        stream->detachFromSource();
+        stream->cutLoose();
+    }
+}
+
+void FlvSourceImpl::shutDownEvents(const StreamMap& streams) {
+    for (const auto& [streamId, stream] : streams) {
+        stream->shutDownEvents();
     }
 }
 

@@ -72,6 +72,7 @@ public:
 
 private:
     class StartActionParam;
+    using StreamMap = std::map<DWORD, Microsoft::WRL::ComPtr<FlvStream>>; ///< by stream identifier
 
     template <class Body>
     HRESULT guardedCall(SourcePosition position, const char* method, std::initializer_list<RequiredPointer> required,
@@ -98,17 +99,18 @@ private:
     HRESULT doStartAction(IUnknown* argument, IUnknown** ppResult);
     void seekByKeyFrameIndex(TimePosition target, const KeyFrame& keyFrame);
     std::optional<KeyFrame> findKeyFrame(TimePosition target, const Log2::Logger& log);
-    void detachStreams();
+    void cutStreamsLoose();
+    static void shutDownEvents(const StreamMap& streams);
 
     const boost::shared_ptr<Lock> lock_; ///< shared with the streams
     const std::wstring filePath_;
     std::unique_ptr<FlvFileParser> parser_;
     std::unique_ptr<FlvMetaData> metaData_;
-    const bool hasAudioAndVideo_;                                ///< by the file's header
-    Microsoft::WRL::ComPtr<IMFMediaEventQueue> eventQueue_;      ///< null after Shutdown
-    SourceState* state_;                                         ///< a singleton
-    std::atomic<bool> isShutdown_{false};                        ///< changed under the lock
-    std::map<DWORD, Microsoft::WRL::ComPtr<FlvStream>> streams_; ///< by stream identifier
+    const bool hasAudioAndVideo_;                           ///< by the file's header
+    Microsoft::WRL::ComPtr<IMFMediaEventQueue> eventQueue_; ///< null after Shutdown
+    SourceState* state_;                                    ///< a singleton
+    std::atomic<bool> isShutdown_{false};                   ///< changed under the lock
+    StreamMap streams_;
     StreamList selectedStreams_;
     Microsoft::WRL::ComPtr<IMFPresentationDescriptor> presentationDescriptor_; ///< made when first asked for
     bool useKeyFrameIndex_ = true;

@@ -192,11 +192,19 @@ void FlvStream::queueSample(ComPtr<IMFSample> sample) {
 }
 
 void FlvStream::detachFromSource() noexcept {
+    cutLoose();
+    shutDownEvents();
+}
+
+void FlvStream::cutLoose() noexcept {
     const std::lock_guard guard(*lock_);
     shutdown();
     source_ = nullptr;
     parser_ = nullptr;
     purgeSamples();
+}
+
+void FlvStream::shutDownEvents() noexcept {
     try {
         eventQueue_->Shutdown();
     } catch (...) {

@@ -20,12 +20,13 @@ namespace JY::Pictaro::Fs {
 /// A media stream of a source, as its client sees it, and the receiver of the file's tags. Samples are made on demand:
 /// RequestSample reads tags until a codec handler has queued one.
 ///
-/// Threads: every COM method, `initialize`, `shutdown` and `detachFromSource` take the source lock, which the stream
-/// shares with its source and which must be re-entrant. All other operations expect the caller to hold it.
+/// Threads: every COM method, `initialize`, `shutdown`, `cutLoose` and `detachFromSource` take the source lock, which
+/// the stream shares with its source and which must be re-entrant. All other operations but `shutDownEvents` expect the
+/// caller to hold it.
 ///
 /// Lifetime: a client may keep a stream longer than its source, which is therefore not referenced by the stream. The
-/// source calls `detachFromSource` on every stream that it made, selected or not, when it is shut down and, at the
-/// latest, as the first step of its destructor, before the parser goes.
+/// source detaches every stream that it made, selected or not, when it is shut down and, at the latest, as the first
+/// step of its destructor, before the parser goes.
 class FlvStream : public ComUnknownBase<IMFMediaStream, FlvTagHandler> {
 public:
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID riid, void** ppvObject) override;
@@ -65,10 +66,15 @@ public:
     virtual void queueSample(Microsoft::WRL::ComPtr<IMFSample> sample);
     virtual bool hasStreamDescriptor() const { return descriptor_ != nullptr; }
 
-    /// Cuts the stream loose from its source and parser, which it never touches again: `shutdown`, the event queue is
-    /// shut down (a client waiting in GetEvent wakes with MF_E_SHUTDOWN) and the queued samples are released. May be
-    /// called again; throws nothing.
+    /// `cutLoose` and `shutDownEvents`. May be called again; throws nothing.
     void detachFromSource() noexcept;
+    /// The stream never touches its source and parser again: `shutdown`, and the queued samples are released. May be
+    /// called again; throws nothing.
+    void cutLoose() noexcept;
+    /// Shuts the event queue down: a client waiting in GetEvent wakes with MF_E_SHUTDOWN. What clients have left in the
+    /// queue is let go, which runs their code: the caller of a stream that is cut loose holds no lock. May be called
+    /// again; throws nothing.
+    void shutDownEvents() noexcept;
 
     /// QueueEvent with GUID_NULL and S_OK: without a value, and with a time in 100 ns (VT_I8).
     HRESULT queueEvent(MediaEventType type);

@@ -1,6 +1,7 @@
 #include "source/FlvSourceImpl.h"
 #include "tests/source/SourceTest.h"
 #include "tests/source/VirtualTable.h"
+#include "tests/support/TimeLimit.h"
 
 #include <mfapi.h>
 #include <mferror.h>
@@ -311,6 +312,57 @@ TEST_F(FlvSourceShutdownTest, IsWhatAStreamFindsWhoseSourceIsBeingDestroyed) {
         EXPECT_TRUE(token.becomesUnreferenced());
     }
     audio.Reset();
+}
+
+/// An object that a client leaves in an event, whose end waits for a call of another thread.
+class WaitingAtItsEnd final : public ClientObject<IUnknown> {
+public:
+    explicit WaitingAtItsEnd(std::function<void()> call) : call_(std::move(call)) {}
+    ULONG STDMETHODCALLTYPE Release() override {
+        const ULONG left = ClientObject::Release();
+        if (left == 0) {
+            hasReturned_ = returnsInTime(call_);
+        }
+        return left;
+    }
+    bool becomesReturned() const {
+        return becomesTrue([this] { return hasReturned_.load(); });
+    }
+
+private:
+    std::function<void()> call_;
+    std::atomic<bool> hasReturned_{false};
+};
+
+void leaveInEvent(IMFMediaEventGenerator& generator, IUnknown& object) {
+    PROPVARIANT value{};
+    value.vt = VT_UNKNOWN;
+    value.punkVal = &object; // not counted: the event takes a reference of its own
+    ASSERT_EQ(generator.QueueEvent(MEExtendedType, GUID_NULL, S_OK, &value), S_OK);
+}
+
+TEST_F(FlvSourceShutdownTest, LetsGoOfClientsObjectsOutsideTheLock) {
+    play();
+    const auto call = [shared = source] { EXPECT_EQ(shared->Stop(), MF_E_SHUTDOWN); };
+    WaitingAtItsEnd ofSource(call);
+    WaitingAtItsEnd ofStream(call);
+    leaveInEvent(*source.Get(), ofSource);
+    leaveInEvent(*video.Get(), ofStream);
+    EXPECT_EQ(source->Shutdown(), S_OK);
+    EXPECT_TRUE(ofSource.becomesReturned());
+    EXPECT_TRUE(ofStream.becomesReturned());
+}
+
+TEST_F(FlvSourceShutdownTest, IsNotNeededToLetGoOfClientsObjectsOutsideTheLock) {
+    play();
+    const auto call = [shared = audio] { EXPECT_EQ(shared->RequestSample(nullptr), MF_E_SHUTDOWN); };
+    WaitingAtItsEnd ofSource(call);
+    WaitingAtItsEnd ofStream(call);
+    leaveInEvent(*source.Get(), ofSource);
+    leaveInEvent(*video.Get(), ofStream);
+    source.Reset();
+    EXPECT_TRUE(ofSource.becomesReturned());
+    EXPECT_TRUE(ofStream.becomesReturned());
 }
 
 TEST_F(FlvSourceShutdownTest, IsSafeAgainstCallsOnOtherThreads) {
