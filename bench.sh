@@ -3,6 +3,7 @@
 # cost, beside a bare Media Foundation client and ffmpeg in the same runs. Prints a table of medians and writes it as
 # JSON to build/bench/result.json.
 set -euo pipefail
+export LC_ALL=C
 
 runs=${1:-5}
 cd "$(dirname "${BASH_SOURCE[0]}")"
@@ -64,8 +65,8 @@ for ((run = 1; run <= runs; ++run)); do
     measure film seek "$(film ten-minutes)" 582
     measure hours seek "$(film two-hours)" 6984
     measure walk seek "$(film two-hours-noindex)" 6984
-    measure_ffmpeg walk -ss 6984 -i "$folder/two-hours-noindex.flv" -c copy -frames:v 1
-    measure_ffmpeg start -i "$folder/one-minute.flv" -c copy -frames:v 1
+    measure_ffmpeg walk -ss 6984 -i "$folder/two-hours-noindex.flv" -map 0:v:0 -c copy -frames:v 1
+    measure_ffmpeg start -i "$folder/ten-minutes.flv" -map 0:v:0 -c copy -frames:v 1
     measure log log
 done
 

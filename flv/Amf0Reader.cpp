@@ -56,6 +56,10 @@ bool isEndMarker(const MetaDatum& value) {
     return boost::get<EndMarker>(&value) != nullptr;
 }
 
+constexpr std::size_t largestTag = std::size_t{1} << 24;
+constexpr std::size_t smallestNumber = 9; ///< bytes in the file
+static_assert(largestTag / smallestNumber * sizeof(MetaDatum) < Amf0Reader::maxMemory, "every index must fit");
+
 /// The memory of a member: a node of the tree that a map is.
 template <class Members>
 constexpr std::size_t memberSize = sizeof(typename Members::value_type) + 4 * sizeof(void*);

@@ -65,6 +65,7 @@ bool FlvFileParserImpl::readOneTag() {
 void FlvFileParserImpl::setFilePosition(std::int64_t bytePosition) {
     const std::lock_guard guard(lock_);
     const std::int64_t position = file_.seek(bytePosition);
+    expectedBytes_ = 0;
     if (stream_) {
         stream_->refreshAt(position);
     }
@@ -78,6 +79,7 @@ void FlvFileParserImpl::seekPosition(TimePosition target) {
     if (target == position) {
         return;
     }
+    expectedBytes_ = 0;
     if (position <= target) {
         seekToForward(target);
     } else {
@@ -104,8 +106,8 @@ void FlvFileParserImpl::offerToHandlers(const FlvTag& tag) {
 }
 
 /// What the next call should read in one piece: the next tag and the record behind it, which tells the same of the tag
-/// after. Most tags then take one call of the system. By then the file may have changed: a guess that is wrong costs
-/// time, nothing else.
+/// after. Most tags then take one read and the move to it. By then the file may have changed: a guess that is wrong
+/// costs time, nothing else.
 std::uint32_t FlvFileParserImpl::bytesToExpect() const {
     const auto ahead = stream_->ahead();
     return ahead.size() < tagRecordSize ? 0 : dataSizeOf(ahead.first<tagRecordSize>()) + 2 * tagRecordSize;

@@ -19,7 +19,7 @@ boost::shared_ptr<InternalCoreInterface> nullCore() {
 } // namespace
 
 void setCore(boost::shared_ptr<Core> core) {
-    installedCore.exchange(std::move(core));
+    installedCore.exchange(std::move(core)); // the previous core goes here, when no reader is left
 }
 
 Logger traceMember(SourcePosition position, const std::type_info& type, const char* function) {

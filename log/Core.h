@@ -33,7 +33,8 @@ public:
     virtual ~Core() = default;
 };
 
-/// Installs the process-wide core (null for none) and releases the one before it after the exchange.
+/// Installs the process-wide core (null for none) and releases the one before it after the exchange. Waits for the
+/// loggers that are being made at that moment, so a sink must not call it.
 void setCore(boost::shared_ptr<Core> core);
 
 /// Loggers from the process-wide core; while none is installed they discard everything.

@@ -45,19 +45,23 @@ private:
 
 std::atomic<std::uint64_t> knownMinute{0};
 
-/// Units of 100 ns since 1601.
+/// Units of 100 ns since 1601, by the clock that is read fastest under Wine. GetLocalTime's own may lie behind it by
+/// one of its ticks, so the two are never mixed.
 std::uint64_t ticksNow() {
     FILETIME time;
     GetSystemTimePreciseAsFileTime(&time);
     return std::uint64_t{time.dwHighDateTime} << 32 | time.dwLowDateTime;
 }
 
-/// Asks the system, and keeps the answer's minute when it is surely the one that was asked in.
-SYSTEMTIME askedTime(std::uint64_t minute) {
-    SYSTEMTIME time;
-    GetLocalTime(&time);
-    if (ticksNow() / ticksPerMinute == minute) {
-        knownMinute.store(KnownMinute(minute, time).word(), std::memory_order_relaxed);
+/// As the system converts it, and keeps the date and hour of its minute.
+SYSTEMTIME convertedTime(std::uint64_t ticks) {
+    const FILETIME universal{static_cast<DWORD>(ticks & 0xFFFFFFFF), static_cast<DWORD>(ticks >> 32)};
+    FILETIME local{};
+    SYSTEMTIME time{};
+    if (FileTimeToLocalFileTime(&universal, &local) && FileTimeToSystemTime(&local, &time)) {
+        knownMinute.store(KnownMinute(ticks / ticksPerMinute, time).word(), std::memory_order_relaxed);
+    } else {
+        GetLocalTime(&time);
     }
     return time;
 }
@@ -66,10 +70,9 @@ SYSTEMTIME askedTime(std::uint64_t minute) {
 
 SYSTEMTIME localTime() {
     const std::uint64_t ticks = ticksNow();
-    const std::uint64_t minute = ticks / ticksPerMinute;
     const KnownMinute known(knownMinute.load(std::memory_order_relaxed));
-    if (!known.is(minute)) {
-        return askedTime(minute);
+    if (!known.is(ticks / ticksPerMinute)) {
+        return convertedTime(ticks);
     }
     SYSTEMTIME time = known.start();
     const auto milliseconds = static_cast<unsigned>(ticks % ticksPerMinute / ticksPerMillisecond);

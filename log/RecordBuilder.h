@@ -13,7 +13,7 @@ namespace JY::Log2 {
 /// Builds one record: values are streamed in, and on destruction the record is stamped with time and thread and sent.
 /// One that no sink wants is not built at all.
 /// A record that cannot be built or written for want of memory, or because a sink fails, is dropped; what reading a
-/// value throws (a bad pointer) passes.
+/// value throws (a bad pointer) passes where the value is read.
 class RecordBuilder {
 public:
     RecordBuilder(InternalCoreInterface* core, SourcePosition position, Severity severity)

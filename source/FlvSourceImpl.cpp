@@ -399,6 +399,7 @@ HRESULT FlvSourceImpl::Shutdown() {
     return guardedCall(here(), "Shutdown", {}, [&](const ComCall&) {
         StreamMap streams;
         ComPtr<IMFMediaEventQueue> queue;
+        ComPtr<IMFPresentationDescriptor> descriptor;
         {
             const std::lock_guard guard(*lock_);
             checkShutdown();
@@ -407,7 +408,7 @@ HRESULT FlvSourceImpl::Shutdown() {
             streams.swap(streams_);
             queue.Swap(eventQueue_);
             selectedStreams_.clear();
-            presentationDescriptor_.Reset();
+            descriptor.Swap(presentationDescriptor_);
             parser_.reset();
             metaData_.reset();
         }

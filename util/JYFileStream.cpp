@@ -65,7 +65,12 @@ std::uint32_t FileStream::read(void* buffer, std::uint32_t count) {
         return 0;
     }
     const std::uint32_t copied = copyAhead(buffer, count);
-    return copied == count ? count : copied + readDirectly(static_cast<std::uint8_t*>(buffer) + copied, count - copied);
+    if (copied == count) {
+        return count;
+    }
+    const auto rest = readAt(*position_, static_cast<std::uint8_t*>(buffer) + copied, count - copied);
+    position_ = rest ? *position_ + *rest : start;
+    return rest ? copied + *rest : 0;
 }
 
 bool FileStream::skip(std::int64_t offset) {
@@ -137,8 +142,9 @@ bool FileStream::isWithinLimit(std::int64_t position) {
 /// Fills the window anew so that it shows the next `count` bytes, as far as the file has them.
 void FileStream::fillWindow(std::uint32_t count) {
     placeWindow(count);
+    windowSize_ = 0; // until it is filled
     window_.resize(std::max<std::size_t>(window_.size(), blockSize_));
-    windowSize_ = readAt(windowStart_, window_.data(), blockSize_);
+    windowSize_ = readAt(windowStart_, window_.data(), blockSize_).value_or(0);
 }
 
 /// Whoever reads on close to the window before, forwards or backwards, gets ever larger ones; who jumps, a small one.
@@ -146,7 +152,7 @@ void FileStream::placeWindow(std::uint32_t count) {
     const std::int64_t position = *position_;
     const bool readsOn = windowSize_ != 0 && position >= windowStart_ - nearBy && position <= windowEnd() + nearBy;
     if (windowSize_ != 0) {
-        blockSize_ = readsOn ? std::min(2 * blockSize_, largestBlock) : usualBlock;
+        blockSize_ = readsOn ? std::min(2 * std::max(blockSize_, usualBlock), largestBlock) : usualBlock;
     }
     blockSize_ = std::max(blockSize_, count);
     const bool readsBack = readsOn && position < windowStart_;
@@ -164,17 +170,12 @@ std::uint32_t FileStream::copyAhead(void* buffer, std::uint32_t count) {
     return static_cast<std::uint32_t>(bytes.size());
 }
 
-std::uint32_t FileStream::readDirectly(void* buffer, std::uint32_t count) {
-    const std::uint32_t done = readAt(*position_, buffer, count);
-    *position_ += done;
-    return done;
-}
-
-std::uint32_t FileStream::readAt(std::int64_t position, void* buffer, std::uint32_t count) {
+/// How many bytes came; nothing when the system fails.
+std::optional<std::uint32_t> FileStream::readAt(std::int64_t position, void* buffer, std::uint32_t count) {
     DWORD done = 0;
     if (!movePointer(position) || !ReadFile(handle_, buffer, count, &done, nullptr)) {
         pointer_.reset();
-        return 0;
+        return std::nullopt;
     }
     pointer_ = position + done;
     return done;

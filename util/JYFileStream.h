@@ -19,8 +19,8 @@ namespace JY {
 /// without the system. The window shows the file as it was when it was filled; whoever keeps a stream for longer than
 /// one task calls `refresh` before the next, and then sees what others have written since.
 ///
-/// A failing call reads nothing or does not move. Nothing is thrown but, where the file's size is needed for the first
-/// time after `refresh`, ApiErrorException "GetFileSizeEx".
+/// A failing call reads nothing or does not move. Nothing is thrown but std::bad_alloc for want of memory for the
+/// window and, where the file's size is needed for the first time after `refresh`, ApiErrorException "GetFileSizeEx".
 class FileStream final : public Stream {
 public:
     /// The handle is not owned and must outlive the stream. The limit starts as the file's size, which is asked for
@@ -59,8 +59,7 @@ private:
     void fillWindow(std::uint32_t count);
     void placeWindow(std::uint32_t count);
     std::uint32_t copyAhead(void* buffer, std::uint32_t count);
-    std::uint32_t readDirectly(void* buffer, std::uint32_t count);
-    std::uint32_t readAt(std::int64_t position, void* buffer, std::uint32_t count);
+    std::optional<std::uint32_t> readAt(std::int64_t position, void* buffer, std::uint32_t count);
     bool movePointer(std::int64_t position);
 
     HANDLE handle_;

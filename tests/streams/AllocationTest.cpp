@@ -67,8 +67,8 @@ protected:
         return file;
     }
 
-    /// What the queue of samples takes when it begins another block.
-    static constexpr std::uint64_t ofTheQueue = 1;
+    /// What the queue of samples takes: a block for every 32 of them.
+    static constexpr std::uint64_t ofTheQueue = requests / 32 + 1;
 };
 
 TEST_F(AllocationTest, AudioSamplesTakeNoMemoryOfTheirOwn) {
