@@ -112,6 +112,7 @@ TEST_F(ShortOfMemoryTest, StartIsQueuedOrRefusedAndCanBeRepeated) {
     });
     EXPECT_GT(refusals, 0U);
     EXPECT_EQ(source->Start(descriptor.Get(), nullptr, Position(0).get()), S_OK);
+    ASSERT_TRUE(becomesTrue([&] { return source->getStateId() == SourceStateId::started; }));
     const Stream video = announcedStream(*source.Get(), videoId);
     ASSERT_NE(video, nullptr);
     EXPECT_EQ(requestSample(*video.Get()), 0);
