@@ -13,6 +13,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <iterator>
+#include <string>
+#include <vector>
 
 namespace {
 
@@ -23,10 +25,11 @@ using Test::ProgramRun;
 using testing::HasSubstr;
 
 /// What the program says of a library that misbehaves.
-std::string findingsOf(const wchar_t* fault) {
+std::string findingsOf(const wchar_t* fault, const std::vector<std::wstring>& options = {}) {
     SetEnvironmentVariableW(L"JY_FAULTY", fault);
-    const ProgramRun run =
-        Test::runProgramBeside(L"fuzz.exe", {L"--module", L"FaultyModule.dll", L"--cases", L"1", L"--patience", L"3"});
+    std::vector<std::wstring> arguments = {L"--module", L"FaultyModule.dll", L"--cases", L"1"};
+    arguments.insert(arguments.end(), options.begin(), options.end());
+    const ProgramRun run = Test::runProgramBeside(L"fuzz.exe", arguments);
     SetEnvironmentVariableW(L"JY_FAULTY", nullptr);
     EXPECT_EQ(run.status, 1U);
     return run.output;
@@ -37,7 +40,7 @@ TEST(Fuzz, NoticesAProcessThatEnds) {
 }
 
 TEST(Fuzz, NoticesACallThatDoesNotComeBack) {
-    EXPECT_THAT(findingsOf(L"hangs"), HasSubstr("case 0 of seed 1: the worker does not get on"));
+    EXPECT_THAT(findingsOf(L"hangs", {L"--patience", L"3"}), HasSubstr("case 0 of seed 1: the worker does not get on"));
 }
 
 TEST(Fuzz, NoticesAFaultThatTheLibraryHandles) {
