@@ -23,6 +23,7 @@ using namespace JY::Fuzz;
 using Test::LoadedModule;
 using Test::ProgramRun;
 using testing::HasSubstr;
+using testing::Not;
 
 /// What the program says of a library that misbehaves.
 std::string findingsOf(const wchar_t* fault, const std::vector<std::wstring>& options = {}) {
@@ -49,6 +50,22 @@ TEST(Fuzz, NoticesAFaultThatTheLibraryHandles) {
 
 TEST(Fuzz, NoticesAResultThatIsOfNoUse) {
     EXPECT_THAT(findingsOf(L"nothing"), HasSubstr("case 0 of seed 1: no class object"));
+}
+
+TEST(Fuzz, NoticesThatNothingIsPlayed) {
+    EXPECT_THAT(findingsOf(L"nothing", {L"--cases", L"99"}), Not(HasSubstr("no case gave samples")));
+    EXPECT_THAT(findingsOf(L"nothing", {L"--cases", L"100"}),
+                HasSubstr("the run from case 0 of seed 1: no case gave samples"));
+}
+
+TEST(Fuzz, LeavesNoFilesBehindWhenAWorkerEnds) {
+    const JY::Test::TempFolder folder;
+    const std::wstring usual = std::filesystem::temp_directory_path().wstring();
+    SetEnvironmentVariableW(L"TMP", folder.path().c_str());
+    const std::string findings = findingsOf(L"ends");
+    SetEnvironmentVariableW(L"TMP", usual.c_str());
+    EXPECT_THAT(findings, HasSubstr("the worker has ended"));
+    EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
 }
 
 TEST(Fuzz, WritesTheFileOfACase) {
