@@ -1,8 +1,8 @@
 #include "tests/fuzz/Consumption.h"
 
 #include "tests/fuzz/Finding.h"
-#include "tests/fuzz/Patience.h"
 #include "tests/support/OpenHandles.h"
+#include "tests/support/PrivateMemory.h"
 
 namespace JY::Fuzz {
 
@@ -16,13 +16,13 @@ constexpr std::size_t toleratedHandles = 8;
 } // namespace
 
 Consumption::Consumption(const Progress& progress)
-    : progress_(progress), cases_(progress.cases), workItems_(progress.workItems), memory_(privateMemory()),
+    : progress_(progress), cases_(progress.cases), workItems_(progress.workItems), memory_(Test::privateBytes()),
       handles_(Test::countOpenHandles()) {}
 
 void Consumption::check() const {
     const std::uint64_t tolerated = (progress_.workItems - workItems_) * lostByWorkItem +
                                     (progress_.cases - cases_) * toleratedByCase + toleratedMemory;
-    require(privateMemory() <= memory_ + tolerated, "memory is lost");
+    require(Test::privateBytes() <= memory_ + tolerated, "memory is lost");
     require(Test::countOpenHandles() <= handles_ + toleratedHandles, "handles are lost");
 }
 

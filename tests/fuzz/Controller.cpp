@@ -1,7 +1,9 @@
 #include "tests/fuzz/Controller.h"
 
+#include "tests/fuzz/RunVerdict.h"
 #include "tests/fuzz/SharedProgress.h"
 #include "tests/fuzz/WorkerSettings.h"
+#include "tests/support/TempFile.h"
 
 #include <windows.h>
 
@@ -46,6 +48,19 @@ private:
     PROCESS_INFORMATION process_{};
 };
 
+/// A temporary folder for this process from now on, and for those it starts. It takes along what a worker that ends
+/// badly leaves behind.
+class TemporaryFolder {
+public:
+    TemporaryFolder() {
+        SetEnvironmentVariableW(L"TMP", folder_.path().c_str());
+        SetEnvironmentVariableW(L"TEMP", folder_.path().c_str());
+    }
+
+private:
+    const Test::TempFolder folder_;
+};
+
 using Number = unsigned long long; // as printf takes it
 
 class Controller {
@@ -63,9 +78,11 @@ private:
     void runWorker();
     bool getsOn(const WorkerProcess& worker);
     void report(const char* text);
+    void judge();
     void print() const;
 
     const Options options_;
+    const TemporaryFolder folder_;
     /// Set by every worker for itself; these remove what one that ends badly leaves behind.
     const WorkerSettings settings_;
     const std::wstring name_;
@@ -81,6 +98,7 @@ std::uint64_t Controller::run() {
     for (next_ = options_.first; !isOver();) {
         runWorker();
     }
+    judge();
     print();
     return progress_.findings;
 }
@@ -144,6 +162,14 @@ void Controller::report(const char* text) {
     std::fflush(stdout);
 }
 
+void Controller::judge() {
+    for (const char* shortcoming : shortcomingsOf(progress_)) {
+        ++progress_.findings;
+        std::printf("the run from case %llu of seed %llu: %s\n", Number{options_.first}, Number{options_.seed},
+                    shortcoming);
+    }
+}
+
 void Controller::print() const {
     std::printf("%llu s, %llu workers, %llu cases, %llu findings\n", Number{seconds()}, Number{workers_},
                 Number{progress_.cases}, Number{progress_.findings});
@@ -151,6 +177,7 @@ void Controller::print() const {
     std::printf("  a stream waited at the end of the file: %llu\n", Number{progress_.waitedForEver});
     std::printf("  opened: %llu, with samples: %llu, samples: %llu of %llu bytes\n", Number{progress_.opened},
                 Number{progress_.withSamples}, Number{progress_.samples}, Number{progress_.sampleBytes});
+    std::printf("  memory and handles looked at: %llu times\n", Number{progress_.consumptionChecks});
     std::printf("  slowest: case %llu, %llu ms\n", Number{progress_.slowestCase},
                 Number{progress_.slowestMilliseconds});
     for (const Progress::Result& result : progress_.results) {

@@ -13,6 +13,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <iterator>
+#include <string>
+#include <vector>
 
 namespace {
 
@@ -21,12 +23,14 @@ using namespace JY::Fuzz;
 using Test::LoadedModule;
 using Test::ProgramRun;
 using testing::HasSubstr;
+using testing::Not;
 
 /// What the program says of a library that misbehaves.
-std::string findingsOf(const wchar_t* fault) {
+std::string findingsOf(const wchar_t* fault, const std::vector<std::wstring>& options = {}) {
     SetEnvironmentVariableW(L"JY_FAULTY", fault);
-    const ProgramRun run =
-        Test::runProgramBeside(L"fuzz.exe", {L"--module", L"FaultyModule.dll", L"--cases", L"1", L"--patience", L"3"});
+    std::vector<std::wstring> arguments = {L"--module", L"FaultyModule.dll", L"--cases", L"1"};
+    arguments.insert(arguments.end(), options.begin(), options.end());
+    const ProgramRun run = Test::runProgramBeside(L"fuzz.exe", arguments);
     SetEnvironmentVariableW(L"JY_FAULTY", nullptr);
     EXPECT_EQ(run.status, 1U);
     return run.output;
@@ -37,7 +41,7 @@ TEST(Fuzz, NoticesAProcessThatEnds) {
 }
 
 TEST(Fuzz, NoticesACallThatDoesNotComeBack) {
-    EXPECT_THAT(findingsOf(L"hangs"), HasSubstr("case 0 of seed 1: the worker does not get on"));
+    EXPECT_THAT(findingsOf(L"hangs", {L"--patience", L"3"}), HasSubstr("case 0 of seed 1: the worker does not get on"));
 }
 
 TEST(Fuzz, NoticesAFaultThatTheLibraryHandles) {
@@ -46,6 +50,22 @@ TEST(Fuzz, NoticesAFaultThatTheLibraryHandles) {
 
 TEST(Fuzz, NoticesAResultThatIsOfNoUse) {
     EXPECT_THAT(findingsOf(L"nothing"), HasSubstr("case 0 of seed 1: no class object"));
+}
+
+TEST(Fuzz, NoticesThatNothingIsPlayed) {
+    EXPECT_THAT(findingsOf(L"nothing", {L"--cases", L"99"}), Not(HasSubstr("no case gave samples")));
+    EXPECT_THAT(findingsOf(L"nothing", {L"--cases", L"100"}),
+                HasSubstr("the run from case 0 of seed 1: no case gave samples"));
+}
+
+TEST(Fuzz, LeavesNoFilesBehindWhenAWorkerEnds) {
+    const JY::Test::TempFolder folder;
+    const std::wstring usual = std::filesystem::temp_directory_path().wstring();
+    SetEnvironmentVariableW(L"TMP", folder.path().c_str());
+    const std::string findings = findingsOf(L"ends");
+    SetEnvironmentVariableW(L"TMP", usual.c_str());
+    EXPECT_THAT(findings, HasSubstr("the worker has ended"));
+    EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
 }
 
 TEST(Fuzz, WritesTheFileOfACase) {

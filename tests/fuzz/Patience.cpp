@@ -1,7 +1,5 @@
 #include "tests/fuzz/Patience.h"
 
-#include <psapi.h>
-
 namespace JY::Fuzz {
 
 namespace {
@@ -31,13 +29,6 @@ bool Patience::isOver() const {
 
 std::uint64_t Patience::processorMilliseconds() const {
     return processorTime() - startedProcessor_;
-}
-
-std::size_t privateMemory() {
-    PROCESS_MEMORY_COUNTERS counters{};
-    counters.cb = sizeof counters;
-    GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof counters);
-    return counters.PagefileUsage;
 }
 
 } // namespace JY::Fuzz

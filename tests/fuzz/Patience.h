@@ -1,5 +1,7 @@
 #pragma once
 
+#include "tests/support/PrivateMemory.h"
+
 #include <windows.h>
 
 #include <cstdint>
@@ -25,9 +27,6 @@ private:
     std::uint64_t startedProcessor_;
 };
 
-/// The memory that is this process's own, in bytes.
-std::size_t privateMemory();
-
 /// Waits until `condition` holds. Returns whether it did before `patience` was over or the memory had grown too far.
 template <class Condition>
 bool waitUntil(const Condition& condition, const Patience& patience = Patience()) {
@@ -39,7 +38,7 @@ bool waitUntil(const Condition& condition, const Patience& patience = Patience()
             continue;
         }
         Sleep(1);
-        if (round % 8 == 0 && (patience.isOver() || privateMemory() > mostMemory)) {
+        if (round % 8 == 0 && (patience.isOver() || Test::privateBytes() > mostMemory)) {
             return condition();
         }
     }

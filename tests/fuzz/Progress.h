@@ -32,6 +32,7 @@ struct Progress {
     std::uint64_t samples;
     std::uint64_t sampleBytes;
     std::uint64_t workItems;
+    std::uint64_t consumptionChecks; ///< how often memory and handles were compared with what is usual
     std::uint64_t slowestCase;
     std::uint64_t slowestMilliseconds;
     std::atomic<std::uint64_t> findings;

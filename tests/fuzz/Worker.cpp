@@ -21,8 +21,8 @@ namespace JY::Fuzz {
 namespace {
 
 constexpr std::uint64_t casesOfAProcess = 20'000;
-constexpr std::uint64_t casesToWarmUp = 1'000; ///< until memory and handles have their usual number
-constexpr std::uint64_t casesBetweenChecks = 500;
+constexpr std::uint64_t casesToWarmUp = 100; ///< until memory and handles have their usual number
+constexpr std::uint64_t casesBetweenChecks = 100;
 
 class MediaFoundation {
 public:
@@ -48,7 +48,8 @@ private:
     void report(std::uint64_t number, const std::string& text);
     void reportNewRecords(std::uint64_t number);
     void noteTime(std::uint64_t number, std::uint64_t milliseconds);
-    void checkConsumption(std::uint64_t number, std::uint64_t done);
+    void watchConsumption(std::uint64_t number);
+    void checkConsumption(std::uint64_t number);
 
     const Options& options_;
     Progress& progress_;
@@ -60,22 +61,26 @@ private:
     const Mutator mutator_;
     const ULONGLONG end_;
     std::size_t knownRecords_ = 0; ///< bytes
+    std::uint64_t done_ = 0;       ///< cases
     std::optional<Consumption> usual_;
     bool isModuleUsable_ = true;
 };
 
 void Worker::run() {
-    std::uint64_t done = 0;
-    for (; done < std::min(options_.count, casesOfAProcess) && isModuleUsable_ && !isTimeOver(); ++done) {
-        const std::uint64_t number = options_.first + done;
+    while (done_ < std::min(options_.count, casesOfAProcess) && isModuleUsable_ && !isTimeOver()) {
+        const std::uint64_t number = options_.first + done_;
         progress_.current = number;
         const Patience patience;
         runCase(number);
         noteTime(number, patience.processorMilliseconds());
         ++progress_.cases;
-        checkConsumption(number, done);
+        ++done_;
+        watchConsumption(number);
     }
-    progress_.current = options_.first + done;
+    if (done_ != 0) {
+        checkConsumption(options_.first + done_ - 1);
+    }
+    progress_.current = options_.first + done_;
     progress_.hasFinished = true;
 }
 
@@ -141,10 +146,18 @@ void Worker::noteTime(std::uint64_t number, std::uint64_t milliseconds) {
     }
 }
 
-void Worker::checkConsumption(std::uint64_t number, std::uint64_t done) {
-    if (done == casesToWarmUp) {
+void Worker::watchConsumption(std::uint64_t number) {
+    if (done_ == casesToWarmUp) {
         usual_.emplace(progress_);
-    } else if (done > casesToWarmUp && done % casesBetweenChecks == 0) {
+    } else if (done_ % casesBetweenChecks == 0) {
+        checkConsumption(number);
+    }
+}
+
+/// There is nothing to compare with before the process has warmed up, and nothing to learn after a hang.
+void Worker::checkConsumption(std::uint64_t number) {
+    if (usual_ && done_ > casesToWarmUp && isModuleUsable_) {
+        ++progress_.consumptionChecks;
         attempt(number, [&] { usual_->check(); });
     }
 }
