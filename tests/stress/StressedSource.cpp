@@ -33,7 +33,7 @@ private:
 std::string textOf(const std::vector<std::size_t>& sizes) {
     std::string text;
     for (const std::size_t size : sizes) {
-        text += " " + std::to_string(size);
+        (text += ' ') += std::to_string(size);
     }
     return text;
 }
