@@ -6,6 +6,7 @@
 #include "tests/stress/ModuleClient.h"
 #include "tests/stress/ProcessUse.h"
 #include "tests/stress/StressOptions.h"
+#include "tests/stress/WorkDone.h"
 #include "tests/support/ProgramRun.h"
 
 #include <mfobjects.h>
@@ -135,7 +136,8 @@ TEST(ProcessUse, LossIsFoundInHandlesHeapsAndMemory) {
     EXPECT_NE(lossBetween(before, {39, 20'000'000, 5'000'000}, 0), "");
     EXPECT_NE(lossBetween(before, {30, 20'000'000, 6'000'000}, 0), "");
     EXPECT_NE(lossBetween(before, {30, 27'000'000, 5'000'000}, 0), "");
-    EXPECT_EQ(lossBetween(before, {30, 22'560'000, 7'560'000}, 10'000), "");
+    EXPECT_EQ(lossBetween(before, {30, 22'560'000, 7'560'000}, 2'560'000), "");
+    EXPECT_NE(lossBetween(before, {30, 25'000'000, 10'000'000}, 2'560'000), "");
 }
 
 TEST(ProcessUse, CountsWhatIsInUseOfTheHeaps) {
@@ -145,6 +147,13 @@ TEST(ProcessUse, CountsWhatIsInUseOfTheHeaps) {
     const ProcessUse after = measureAtRest();
     EXPECT_GE(after.heapBytes, before.heapBytes + 1'000'000);
     EXPECT_LE(after.heapBytes, before.heapBytes + 1'100'000);
+}
+
+TEST(WorkDone, TooLittleIsFound) {
+    EXPECT_NE(lackOfWork(0, 0, 1), "");
+    EXPECT_NE(lackOfWork(1199, 12'000, 60), "");
+    EXPECT_NE(lackOfWork(1200, 11'999, 60), "");
+    EXPECT_EQ(lackOfWork(1200, 12'000, 60), "");
 }
 
 TEST(StressOptions, AreReadAndRefused) {

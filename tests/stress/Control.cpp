@@ -10,6 +10,7 @@
 #include <windows.h>
 #include <wrl/client.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cstdio>
 #include <thread>
@@ -141,6 +142,22 @@ void measureSystem(Watchdog& watchdog) {
           Call{"descriptor", makeDescriptor}, Call{"thread", runThread}}) {
         measure(call, watch);
     }
+}
+
+double bytesLostWithAWorkItem() {
+    constexpr unsigned rounds = 2'000;
+    const auto repeat = [](unsigned count) {
+        for (unsigned index = 0; index < count; ++index) {
+            putWorkItem();
+            invokeCallback();
+            takeEventInCallback();
+        }
+        Sleep(100); // the last callback returns
+    };
+    repeat(rounds / 10);
+    const auto before = static_cast<double>(usedHeapBytes());
+    repeat(rounds);
+    return std::max(0.0, (static_cast<double>(usedHeapBytes()) - before) / (3 * rounds));
 }
 
 } // namespace JY::Test

@@ -1,4 +1,5 @@
 #include "module/ClassId.h"
+#include "tests/module/ModuleLog.h"
 #include "tests/stress/MomentTest.h"
 
 #include <mfapi.h>
@@ -95,7 +96,11 @@ TEST_F(HandlerMomentTest, LastReleaseOfHandlerAndSourceInsideTheCallbackEndsBoth
 }
 
 TEST_F(HandlerMomentTest, StartInsideTheCallbackOutlivesTheLastRelease) {
-    const auto handler = client->module().makeHandler();
+    letGo();
+    const ModuleLog log;
+    const ModuleSetting level(L"LogLevel", 0); // the module's own record is all that such a start leaves
+    client.emplace();
+    auto handler = client->module().makeHandler();
     const auto callback = makeHeapObject<FunctionCallback>([&](IMFAsyncResult& result) {
         ComPtr<IMFMediaSource> source;
         EXPECT_EQ(end(*handler.Get(), result, source), S_OK);
@@ -103,6 +108,9 @@ TEST_F(HandlerMomentTest, StartInsideTheCallbackOutlivesTheLastRelease) {
     });
     EXPECT_EQ(begin(*handler.Get(), *callback.Get()), S_OK);
     EXPECT_TRUE(callback->becomesDone());
+    handler.Reset();
+    letGo();
+    EXPECT_EQ(log.count("StartPosition[100ns]=0"), 1U);
 }
 
 TEST_F(HandlerMomentTest, AResultIsEndedTwiceAndByAnotherHandler) {
@@ -202,7 +210,7 @@ TEST_F(HandlerMomentTest, ServerLockKeepsTheModuleBehindItsLastObject) {
     factory.Reset();
     auto source = open();
     EXPECT_EQ(source->Shutdown(), S_OK);
-    source.Reset();
+    EXPECT_EQ(source.Reset(), 0U);
     EXPECT_EQ(client->canUnloadNow(), S_FALSE);
     factory = makeFactory();
     EXPECT_EQ(factory->LockServer(FALSE), S_OK);

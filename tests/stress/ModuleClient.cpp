@@ -6,11 +6,19 @@
 #include <mfapi.h>
 #include <mferror.h>
 
+#include <stdexcept>
+
 namespace JY::Test {
 
 using Microsoft::WRL::ComPtr;
 
 namespace {
+
+void requireObject(const IUnknown* object, const char* otherwise) {
+    if (object == nullptr) {
+        throw std::runtime_error(otherwise);
+    }
+}
 
 ComPtr<IMFMediaEvent> eventAtHand(IMFMediaEventGenerator& generator) {
     ComPtr<IMFMediaEvent> event;
@@ -42,6 +50,7 @@ TakenSample read(IMFSample& sample) {
     taken.milliseconds /= 10'000;
     ComPtr<IMFMediaBuffer> buffer;
     EXPECT_EQ(sample.GetBufferByIndex(0, buffer.GetAddressOf()), S_OK);
+    requireObject(buffer.Get(), "The sample has no buffer.");
     BYTE* bytes = nullptr;
     DWORD size = 0;
     EXPECT_EQ(buffer->Lock(&bytes, nullptr, &size), S_OK);
@@ -75,7 +84,9 @@ std::optional<TakenSample> takeSample(IMFMediaStream& stream) {
     }
     while (const auto event = eventAtHand(stream)) {
         if (typeOf(*event.Get()) == MEMediaSample) {
-            return read(*valueOf<IMFSample>(*event.Get()).Get());
+            const auto sample = valueOf<IMFSample>(*event.Get());
+            requireObject(sample.Get(), "The event has no sample.");
+            return read(*sample.Get());
         }
     }
     return std::nullopt;
@@ -111,7 +122,7 @@ ComPtr<IMFMediaSource> ModuleClient::open(const std::wstring& path) const {
     const auto creation = makeHeapObject<Creation>(module_.makeHandler(), Creation::Answer::handOver, true);
     creation->begin(L"file://" + path);
     ComPtr<IMFMediaSource> source = creation->end();
-    EXPECT_NE(source, nullptr);
+    requireObject(source.Get(), "The file has not become a source.");
     return source;
 }
 

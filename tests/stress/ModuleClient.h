@@ -2,6 +2,7 @@
 
 #include "tests/module/LoadedModule.h"
 #include "tests/source/ClientObjects.h"
+#include "tests/stress/ModuleUse.h"
 #include "tests/support/Position.h"
 
 #include <mfidl.h>
@@ -45,15 +46,20 @@ struct PlayedSource {
     void await(DWORD type);
 };
 
-/// The module as it is shipped, in the hands of a client.
+/// The module as it is shipped, in the hands of a client, who lets it go when nothing of it is in use any more; that
+/// it stays in use is a failure of the test.
 class ModuleClient {
 public:
+    ModuleClient() = default;
+    ModuleClient(const ModuleClient&) = delete;
+    ModuleClient& operator=(const ModuleClient&) = delete;
+    ~ModuleClient() { EXPECT_TRUE(becomesUnused()); }
+
     const LoadedModule& module() const { return module_; }
     HRESULT canUnloadNow() const { return module_.find<CanUnloadNow>("DllCanUnloadNow")(); }
-    bool becomesUnused() const {
-        return becomesTrue([this] { return canUnloadNow() == S_OK; });
-    }
-    /// Waits for the source; null and a failure of the test when there is none.
+    bool becomesUnused() const { return Test::becomesUnused(module_); }
+    /// Waits for the source.
+    /// @throws std::runtime_error when there is none
     Microsoft::WRL::ComPtr<IMFMediaSource> open(const std::wstring& path) const;
     /// Started from the beginning.
     PlayedSource play(const std::wstring& path) const;

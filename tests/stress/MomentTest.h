@@ -44,11 +44,11 @@ private:
 class MomentTest : public testing::Test {
 protected:
     void SetUp() override { client.emplace(); }
-    void TearDown() override {
-        EXPECT_TRUE(client->becomesUnused());
-        EXPECT_TRUE(becomesTrue([] { return liveHeapObjects == 0; })) << liveHeapObjects;
-        Sleep(20); // as COM does: whoever released the last object may not have returned from the module yet
+    void TearDown() override { letGo(); }
+
+    void letGo() {
         client.reset();
+        EXPECT_TRUE(becomesTrue([] { return liveHeapObjects == 0; })) << liveHeapObjects;
         EXPECT_EQ(GetModuleHandleW(L"JyFlvSource.dll"), nullptr);
     }
 
@@ -60,12 +60,27 @@ protected:
         }
         return path_;
     }
-    PlayedSource play() { return client->play(film()); }
-    Microsoft::WRL::ComPtr<IMFMediaSource> open() { return client->open(film()); }
+    /// A source that nobody else refers to any more.
+    PlayedSource play() {
+        return settled([&] { return client->play(film()); });
+    }
+    Microsoft::WRL::ComPtr<IMFMediaSource> open() {
+        return settled([&] { return client->open(film()); });
+    }
 
     std::optional<ModuleClient> client;
 
 private:
+    /// What `make` gives when the work queue has let go of all that making it took.
+    template <class Make>
+    auto settled(const Make& make) {
+        const unsigned before = liveHeapObjects;
+        auto made = make();
+        EXPECT_TRUE(becomesTrue([&] { return liveHeapObjects == before; })) << liveHeapObjects;
+        EXPECT_TRUE(becomesLeft(client->module()));
+        return made;
+    }
+
     std::optional<TempFile> film_;
     std::wstring path_;
 };

@@ -28,6 +28,8 @@ std::size_t usedBytesOf(HANDLE heap) {
     return bytes;
 }
 
+} // namespace
+
 std::size_t usedHeapBytes() {
     std::vector<HANDLE> heaps(GetProcessHeaps(0, nullptr) + 1);
     heaps.resize(GetProcessHeaps(static_cast<DWORD>(heaps.size()), heaps.data()));
@@ -37,8 +39,6 @@ std::size_t usedHeapBytes() {
     }
     return bytes;
 }
-
-} // namespace
 
 std::string ProcessUse::text() const {
     return std::to_string(handles) + " handles, " + std::to_string(privateBytes) + " private bytes, " +
@@ -57,10 +57,7 @@ ProcessUse measureAtRest() {
     return {handles, privateBytes(), usedHeapBytes()};
 }
 
-std::string lossBetween(const ProcessUse& before, const ProcessUse& after, std::uint64_t workItems) {
-    // The same calls without the module, `stress --control` under Wine 8.0: each work item, each callback invoked and
-    // each event that a callback gets costs 256 bytes for ever; events, samples, descriptors and threads cost nothing.
-    const std::size_t lostBySystem = static_cast<std::size_t>(workItems) * 256;
+std::string lossBetween(const ProcessUse& before, const ProcessUse& after, std::size_t lostBySystem) {
     const std::size_t keptInCaches = 300'000;
     const std::size_t keptHandles = 8;         // made when first needed, which a short warm-up may not see
     const std::size_t keptByHeaps = 6'000'000; // free blocks between used ones

@@ -18,8 +18,11 @@ struct ProcessUse {
 /// Measured when idle threads of thread pools have ended and nothing changes any more.
 ProcessUse measureAtRest();
 
-/// What is wrong with a process that had `before` and has `after` so many work items of Media Foundation later; empty
-/// when everything has been given back but what the system loses.
-std::string lossBetween(const ProcessUse& before, const ProcessUse& after, std::uint64_t workItems);
+/// What is in use in blocks of all heaps, at once. Other threads should be at rest.
+std::size_t usedHeapBytes();
+
+/// What is wrong with a process that had `before` and has `after`, when the system itself has lost so many bytes in
+/// between; empty when everything else has been given back.
+std::string lossBetween(const ProcessUse& before, const ProcessUse& after, std::size_t bytesLostBySystem);
 
 } // namespace JY::Test

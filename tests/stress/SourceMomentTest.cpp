@@ -191,7 +191,7 @@ TEST_F(SourceMomentTest, StartOfAnUnsupportedKindLeavesTheSourceStopped) {
     EXPECT_EQ(played.source->Start(descriptor.Get(), nullptr, Position::ofType(VT_R8).get()), S_OK);
     EXPECT_EQ(played.source->Start(descriptor.Get(), nullptr, Position(0).get()), S_OK);
     ComPtr<IMFMediaEvent> event;
-    EXPECT_TRUE(becomesTrue(
+    ASSERT_TRUE(becomesTrue(
         [&] { return SUCCEEDED(played.source->GetEvent(MF_EVENT_FLAG_NO_WAIT, event.ReleaseAndGetAddressOf())); }));
     MediaEventType type = MEUnknown;
     event->GetType(&type);

@@ -10,23 +10,6 @@ namespace {
 using namespace JY::Test;
 using Microsoft::WRL::ComPtr;
 
-/// A token through which a client comes back while a sample is being sent, under the source's lock.
-class CallingToken final : public ClientObject<IUnknown> {
-public:
-    explicit CallingToken(std::function<void()> call) : call_(std::move(call)) {}
-    ULONG STDMETHODCALLTYPE AddRef() override {
-        const ULONG count = ClientObject::AddRef();
-        if (++addedReferences_ == 2) { // the first is the stream's own, the second the sample's
-            call_();
-        }
-        return count;
-    }
-
-private:
-    std::function<void()> call_;
-    unsigned addedReferences_ = 0;
-};
-
 class StreamMomentTest : public MomentTest {
 protected:
     static void expectShutDown(IMFMediaStream& stream) {

@@ -8,13 +8,16 @@
 //   --crash       a fault: the same
 // JY_MEDIA_DIR names the folder with real films; without it there are small ones only.
 
+#include "tests/module/ModuleLog.h"
 #include "tests/source/ClientObjects.h"
 #include "tests/stress/Control.h"
 #include "tests/stress/Deadlock.h"
 #include "tests/stress/Findings.h"
+#include "tests/stress/ModuleUse.h"
 #include "tests/stress/ProcessUse.h"
 #include "tests/stress/StressOptions.h"
 #include "tests/stress/StressRun.h"
+#include "tests/stress/WorkDone.h"
 #include "tests/stress/WorkItems.h"
 #include "tests/support/Faults.h"
 
@@ -52,16 +55,24 @@ void require(bool isRight, const std::string& what) {
 
 /// Nothing of the module or of its clients is left.
 void requireUnused(const LoadedModule& module) {
-    auto* const canUnloadNow = module.find<CanUnloadNow>("DllCanUnloadNow");
-    require(becomesTrue([&] { return canUnloadNow() == S_OK; }), "the module is still in use");
+    require(becomesUnused(module), "the module is still in use");
     require(becomesTrue([] { return liveHeapObjects == 0; }),
             std::to_string(liveHeapObjects) + " objects of the clients are still referred to");
 }
 
 void comparePrivateUse(const ProcessUse& before, const ProcessUse& after, std::uint64_t items) {
-    std::printf("before: %s\nafter:  %s, %llu work items\n", before.text().c_str(), after.text().c_str(), items);
-    const std::string loss = lossBetween(before, after, items);
+    const double lostWithEach = bytesLostWithAWorkItem();
+    std::printf("before: %s\nafter:  %s, %llu work items, with each of which the system loses %.1f bytes\n",
+                before.text().c_str(), after.text().c_str(), items, lostWithEach);
+    const std::string loss =
+        lossBetween(before, after, static_cast<std::size_t>(lostWithEach * static_cast<double>(items)));
     require(loss.empty(), loss);
+}
+
+void requireWork(unsigned seconds) {
+    std::printf("%llu samples compared, %llu calls succeeded\n", comparedSamples.load(), successfulCalls.load());
+    const std::string lack = lackOfWork(comparedSamples, successfulCalls, seconds);
+    require(lack.empty(), lack);
 }
 
 void stress(const StressOptions& options, Watchdog& watchdog) {
@@ -80,6 +91,7 @@ void stress(const StressOptions& options, Watchdog& watchdog) {
     const std::uint64_t itemsBefore = workItems.load();
     run(options.seed + 1, whole - whole / 4);
     comparePrivateUse(before, measureAtRest(), workItems.load() - itemsBefore);
+    requireWork(options.seconds);
     std::printf("%s", StressClient::account().c_str());
 }
 
@@ -104,6 +116,7 @@ void run(const StressOptions& options) {
         const MediaFoundation mediaFoundation;
         measureSystem(watchdog);
     } else {
+        const ModuleLog log;
         stress(options, watchdog);
         requireUnloading();
     }

@@ -33,7 +33,7 @@ private:
 std::string textOf(const std::vector<std::size_t>& sizes) {
     std::string text;
     for (const std::size_t size : sizes) {
-        text += " " + std::to_string(size);
+        (text += ' ') += std::to_string(size);
     }
     return text;
 }
@@ -255,8 +255,10 @@ void StressedSource::takeStreamEvent(DWORD id, IMFMediaEvent& event) {
         }
     }
     const EventValue value(event);
-    if (type == MEMediaSample) {
+    if (type == MEMediaSample && value.object() != nullptr) {
         checkSample(id, *value.object());
+    } else if (type == MEMediaSample) {
+        find("an event has no sample");
     }
 }
 
@@ -276,6 +278,7 @@ void StressedSource::checkSample(DWORD id, IUnknown& object) {
              textOf(film_.samples.sizesAt(id, time)));
     }
     buffer->Unlock();
+    ++comparedSamples;
 }
 
 void StressedSource::find(const std::string& text) {

@@ -3,6 +3,7 @@
 #include "tests/stress/EventOrder.h"
 #include "tests/stress/Film.h"
 #include "tests/stress/Findings.h"
+#include "tests/stress/WorkDone.h"
 #include "tests/support/Position.h"
 
 #include <mferror.h>
@@ -72,6 +73,9 @@ private:
         const bool wasShutDown = isShutDown_;
         const HRESULT result = call();
         checkResult(method, wasShutDown, result, expected);
+        if (SUCCEEDED(result)) {
+            ++successfulCalls;
+        }
         return result;
     }
     Microsoft::WRL::ComPtr<IMFPresentationDescriptor> createDescriptor();

@@ -1,5 +1,6 @@
 #include "tests/stress/TestWatchdog.h"
 
+#include "tests/module/ModuleLog.h"
 #include "tests/stress/Findings.h"
 #include "tests/support/Watchdog.h"
 
@@ -13,17 +14,19 @@ namespace JY::Test {
 
 namespace {
 
-/// Media Foundation, and a watchdog over the thread of the tests, for as long as the tests run.
+/// Media Foundation, a log folder, and a watchdog over the thread of the tests, for as long as the tests run.
 class StressEnvironment final : public testing::Environment {
 public:
     void SetUp() override {
         ASSERT_EQ(MFStartup(MF_VERSION, MFSTARTUP_FULL), S_OK);
+        log_.emplace();
         watchdog_.emplace(std::chrono::minutes(1));
         watch_.emplace(*watchdog_, "tests");
     }
     void TearDown() override {
         watch_.reset();
         watchdog_.reset();
+        log_.reset();
         MFShutdown();
     }
     void beat() {
@@ -33,6 +36,7 @@ public:
     }
 
 private:
+    std::optional<ModuleLog> log_;
     std::optional<Watchdog> watchdog_;
     std::optional<Watchdog::Watch> watch_;
 };

@@ -4,6 +4,7 @@
 
 #include <windows.h>
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -11,6 +12,9 @@
 #include <tlhelp32.h>
 #include <vector>
 #include <winternl.h>
+
+// The header's own way to the block is refused by the compiler when it optimises.
+extern "C" NTSYSAPI PEB* NTAPI RtlGetCurrentPeb();
 
 namespace JY::Test {
 
@@ -59,6 +63,10 @@ struct LoadedImage {
     std::wstring name;
 };
 
+bool isIn(const LoadedImage& image, DWORD64 address) {
+    return image.start <= address && address < image.end;
+}
+
 // The loader's list as it stands, without its lock. The header tells of the entries only what has always been there.
 struct LoaderEntry {
     LIST_ENTRY memoryOrder;
@@ -72,7 +80,7 @@ struct LoaderEntry {
 
 std::vector<LoadedImage> loadedImages() {
     std::vector<LoadedImage> images;
-    LIST_ENTRY* const head = &NtCurrentTeb()->ProcessEnvironmentBlock->Ldr->InMemoryOrderModuleList;
+    LIST_ENTRY* const head = &RtlGetCurrentPeb()->Ldr->InMemoryOrderModuleList;
     for (LIST_ENTRY* link = head->Flink; link != head; link = link->Flink) {
         const auto& entry = *reinterpret_cast<const LoaderEntry*>(link);
         const auto start = reinterpret_cast<DWORD64>(entry.image);
@@ -90,7 +98,7 @@ void writeFrames(std::FILE* output, DWORD threadId, const Frames& frames) {
         std::wstring image = L"nowhere";
         DWORD64 offset = address;
         for (const LoadedImage& candidate : images) {
-            if (candidate.start <= address && address < candidate.end) {
+            if (isIn(candidate, address)) {
                 image = candidate.name;
                 offset = address - candidate.start;
             }
@@ -128,6 +136,17 @@ std::vector<DWORD> otherThreads() {
 }
 
 } // namespace
+
+bool isOtherThreadIn(const void* codeAddress) {
+    const std::vector<LoadedImage> images = loadedImages();
+    const auto image = std::ranges::find_if(
+        images, [&](const LoadedImage& candidate) { return isIn(candidate, reinterpret_cast<DWORD64>(codeAddress)); });
+    return image != images.end() && std::ranges::any_of(otherThreads(), [&](DWORD threadId) {
+               const Frames frames = framesOf(threadId);
+               return std::any_of(frames.addresses.begin(), frames.addresses.begin() + frames.count,
+                                  [&](DWORD64 address) { return isIn(*image, address); });
+           });
+}
 
 void writeStack(std::FILE* output, DWORD threadId, const CONTEXT& context) {
     writeFrames(output, threadId, walk(context));

@@ -11,7 +11,11 @@ namespace JY::Test {
 /// them may hold for ever, the loader's among them; each thread stands still only while it is looked at.
 void writeThreadStacks(std::FILE* output);
 
-/// The same for the one thread that this context is of.
+/// Whether another thread of this process is in the module that has this address, or will return into it. Takes the
+/// same care.
+bool isOtherThreadIn(const void* codeAddress);
+
+/// Writes the stack of the one thread that this context is of.
 void writeStack(std::FILE* output, DWORD threadId, const CONTEXT& context);
 
 } // namespace JY::Test
