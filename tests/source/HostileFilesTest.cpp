@@ -67,9 +67,8 @@ TEST_F(HostileFilesTest, APictureThatClaimsTheLargestSizeFailsItsRequest) {
 TEST_F(HostileFilesTest, AUnitThatClaimsMoreThanItsTagFailsItsRequest) {
     for (const std::uint32_t length : {6U, 0x7FFFFFFFU, 0x80000000U, 0xFFFFFFFFU}) {
         FlvBuilder builder = film(0);
-        Bytes payload = bigEndian(length, 4);
-        payload.resize(9, 0x65);
-        builder.avcPacket(1000, FlvBuilder::key, 1, 0, payload);
+        const auto byte = [&](unsigned shift) { return static_cast<std::uint8_t>(length >> shift & 0xFF); };
+        builder.avcPacket(1000, FlvBuilder::key, 1, 0, {byte(24), byte(16), byte(8), byte(0), 0x65, 1, 2, 3, 4});
         play(builder.build());
         expectPictures(0, 0);
         expectFailure(nextPicture(), E_FAIL, "class JY::ErrorException, Parse error. @AvcVideoDataHandler:");
