@@ -15,6 +15,7 @@
 #include <gtest/gtest.h>
 #include <optional>
 #include <string>
+#include <type_traits>
 #include <utility>
 
 namespace JY::Test {
@@ -73,7 +74,7 @@ protected:
 private:
     /// What `make` gives when the work queue has let go of all that making it took.
     template <class Make>
-    auto settled(const Make& make) {
+    std::invoke_result_t<Make> settled(const Make& make) {
         const unsigned before = liveHeapObjects;
         auto made = make();
         EXPECT_TRUE(becomesTrue([&] { return liveHeapObjects == before; })) << liveHeapObjects;

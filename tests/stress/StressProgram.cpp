@@ -69,9 +69,9 @@ void comparePrivateUse(const ProcessUse& before, const ProcessUse& after, std::u
     require(loss.empty(), loss);
 }
 
-void requireWork(unsigned seconds) {
+void requireWork(unsigned runLength) {
     std::printf("%llu samples compared, %llu calls succeeded\n", comparedSamples.load(), successfulCalls.load());
-    const std::string lack = lackOfWork(comparedSamples, successfulCalls, seconds);
+    const std::string lack = lackOfWork(comparedSamples, successfulCalls, runLength);
     require(lack.empty(), lack);
 }
 
