@@ -101,13 +101,14 @@ TEST_F(HandlerMomentTest, StartInsideTheCallbackOutlivesTheLastRelease) {
     const ModuleSetting level(L"LogLevel", 0); // the module's own record is all that such a start leaves
     client.emplace();
     auto handler = client->module().makeHandler();
-    const auto callback = makeHeapObject<FunctionCallback>([&](IMFAsyncResult& result) {
+    auto callback = makeHeapObject<FunctionCallback>([&](IMFAsyncResult& result) {
         ComPtr<IMFMediaSource> source;
         EXPECT_EQ(end(*handler.Get(), result, source), S_OK);
         EXPECT_EQ(startSource(*source.Get(), Position(0)), S_OK);
     });
     EXPECT_EQ(begin(*handler.Get(), *callback.Get()), S_OK);
     EXPECT_TRUE(callback->becomesDone());
+    callback.Reset();
     handler.Reset();
     letGo();
     EXPECT_EQ(log.count("StartPosition[100ns]=0"), 1U);
