@@ -50,7 +50,7 @@ public:
 
 private:
     std::filesystem::path folder_ = std::filesystem::temp_directory_path() / L"JyFlvBench";
-    boost::shared_ptr<Log2::CoreImpl> core_ = boost::make_shared<Log2::CoreImpl>();
+    boost::shared_ptr<Log2::CoreImpl> core_ = Log2::CoreImpl::create();
 };
 
 template <class Body>

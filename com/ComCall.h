@@ -7,6 +7,7 @@
 
 #include <initializer_list>
 #include <memory>
+#include <string_view>
 #include <type_traits>
 #include <typeinfo>
 
@@ -16,7 +17,7 @@ namespace JY::Pictaro {
 struct MethodName {
     SourcePosition position;
     const std::type_info* type; ///< the object's run-time type; null for an exported function
-    const char* function;       ///< static string
+    std::string_view function;  ///< static string
 };
 
 /// A pointer argument that must not be null, with the parameter's name.

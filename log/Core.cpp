@@ -11,10 +11,7 @@ namespace {
 
 constinit RarelyChanged<Core> installedCore;
 
-boost::shared_ptr<InternalCoreInterface> nullCore() {
-    static NullCore core;
-    return boost::shared_ptr<InternalCoreInterface>(boost::shared_ptr<void>(), &core); // static, not counted
-}
+constinit NullCore nullCore;
 
 } // namespace
 
@@ -22,20 +19,20 @@ void setCore(boost::shared_ptr<Core> core) {
     installedCore.exchange(std::move(core)); // the previous core goes here, when no reader is left
 }
 
-Logger traceMember(SourcePosition position, const std::type_info& type, const char* function) {
+Logger traceMember(SourcePosition position, const std::type_info& type, std::string_view function) {
     return installedCore.read([&](Core* core) {
-        return core != nullptr ? core->createLogger(position, type, function, Severity::trace) : Logger(nullCore());
+        return core != nullptr ? core->createLogger(position, type, function, Severity::trace) : Logger(nullCore);
     });
 }
 
-Logger traceFunction(SourcePosition position, const char* function) {
+Logger traceFunction(SourcePosition position, std::string_view function) {
     return installedCore.read([&](Core* core) {
-        return core != nullptr ? core->createLogger(position, function, Severity::trace) : Logger(nullCore());
+        return core != nullptr ? core->createLogger(position, function, Severity::trace) : Logger(nullCore);
     });
 }
 
 Logger untraced() {
-    return installedCore.read([](Core* core) { return core != nullptr ? core->createLogger() : Logger(nullCore()); });
+    return installedCore.read([](Core* core) { return core != nullptr ? core->createLogger() : Logger(nullCore); });
 }
 
 } // namespace JY::Log2

@@ -7,6 +7,7 @@
 
 #include <boost/shared_ptr.hpp>
 
+#include <string_view>
 #include <typeinfo>
 
 namespace JY::Log2 {
@@ -24,10 +25,10 @@ public:
     /// Reports live loggers by the mode, closes every sink and forgets them.
     virtual void shutdown(ShutdownMode mode) = 0;
     /// A logger that writes "ENTER: " and, when it goes, "EXIT: " with "class::function" at the given severity.
-    virtual Logger createLogger(SourcePosition position, const std::type_info& type, const char* function,
+    virtual Logger createLogger(SourcePosition position, const std::type_info& type, std::string_view function,
                                 Severity severity) = 0;
     /// The same for a function without a class.
-    virtual Logger createLogger(SourcePosition position, const char* function, Severity severity) = 0;
+    virtual Logger createLogger(SourcePosition position, std::string_view function, Severity severity) = 0;
     /// A logger without a trace.
     virtual Logger createLogger() = 0;
     virtual ~Core() = default;
@@ -38,8 +39,8 @@ public:
 void setCore(boost::shared_ptr<Core> core);
 
 /// Loggers from the process-wide core; while none is installed they discard everything.
-Logger traceMember(SourcePosition position, const std::type_info& type, const char* function);
-Logger traceFunction(SourcePosition position, const char* function);
+Logger traceMember(SourcePosition position, const std::type_info& type, std::string_view function);
+Logger traceFunction(SourcePosition position, std::string_view function);
 Logger untraced();
 
 } // namespace JY::Log2

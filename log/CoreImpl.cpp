@@ -4,6 +4,7 @@
 #include "util/ClassName.h"
 
 #include <algorithm>
+#include <memory>
 
 namespace JY::Log2 {
 
@@ -23,6 +24,13 @@ void spared(const Body& body) noexcept {
 
 } // namespace
 
+boost::shared_ptr<CoreImpl> CoreImpl::create() {
+    struct ReleaseOwnersShare {
+        void operator()(CoreImpl* core) const { core->release(ownersShare); }
+    };
+    return std::unique_ptr<CoreImpl, ReleaseOwnersShare>(new CoreImpl);
+}
+
 void CoreImpl::addSink(boost::shared_ptr<Sink> sink) {
     sinks_.push_back(std::move(sink));
 }
@@ -34,7 +42,7 @@ void CoreImpl::flush() {
 }
 
 void CoreImpl::shutdown(ShutdownMode mode) {
-    const std::uint32_t count = liveLoggers_;
+    const std::uint32_t count = users_ % ownersShare;
     if (mode != ShutdownMode::silent && count != 0) {
         reportLiveLoggers(count, mode);
     }
@@ -44,13 +52,13 @@ void CoreImpl::shutdown(ShutdownMode mode) {
     sinks_.clear();
 }
 
-Logger CoreImpl::createLogger(SourcePosition position, const std::type_info& type, const char* function,
+Logger CoreImpl::createLogger(SourcePosition position, const std::type_info& type, std::string_view function,
                               Severity severity) {
     const std::string_view name = bareClassName(type); // may fail, so before the logger is counted
     return Logger(countLogger(), position, name, function, severity);
 }
 
-Logger CoreImpl::createLogger(SourcePosition position, const char* function, Severity severity) {
+Logger CoreImpl::createLogger(SourcePosition position, std::string_view function, Severity severity) {
     return Logger(countLogger(), position, {}, function, severity);
 }
 
@@ -65,17 +73,23 @@ void CoreImpl::write(const Record& record) {
 }
 
 void CoreImpl::releaseLogger() {
-    --liveLoggers_;
+    release(1);
 }
 
 bool CoreImpl::wants(Severity severity) const {
     return std::ranges::any_of(sinks_, [&](const auto& sink) { return sink->wants(severity); });
 }
 
-boost::shared_ptr<InternalCoreInterface> CoreImpl::countLogger() {
-    boost::shared_ptr<InternalCoreInterface> self = shared_from_this();
-    ++liveLoggers_;
-    return self;
+/// One count serves as the number of loggers and keeps the core alive: every call of the module makes loggers.
+InternalCoreInterface& CoreImpl::countLogger() {
+    users_.fetch_add(1, std::memory_order_relaxed);
+    return *this;
+}
+
+void CoreImpl::release(std::uint32_t share) {
+    if (users_.fetch_sub(share) == share) {
+        delete this;
+    }
 }
 
 void CoreImpl::reportLiveLoggers(std::uint32_t count, ShutdownMode mode) {

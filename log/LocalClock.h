@@ -4,8 +4,8 @@
 
 namespace JY::Log2 {
 
-/// The local time of this moment, as GetLocalTime tells it but several times faster. Any thread. A change of the time
-/// zone shows at the next full minute at the latest.
+/// The local time of this moment, as GetLocalTime tells it but many times faster. Any thread. A clock that is set and a
+/// change of the time zone show with the next millisecond at the latest.
 SYSTEMTIME localTime();
 
 } // namespace JY::Log2

@@ -4,33 +4,50 @@
 
 namespace JY::Log2 {
 
-Logger::Logger(boost::shared_ptr<InternalCoreInterface> core, SourcePosition position, std::string_view className,
-               const char* function, Severity severity)
-    : core_(std::move(core)), position_(position), className_(className), function_(function), severity_(severity),
+namespace {
+constexpr std::string_view enter = "ENTER: ";
+constexpr std::string_view leave = "EXIT: ";
+} // namespace
+
+Logger::Logger(InternalCoreInterface& core, SourcePosition position, std::string_view className,
+               std::string_view function, Severity severity)
+    : core_(&core), position_(position), className_(className), function_(function), severity_(severity),
       traces_(true) {
-    writeTrace("ENTER: ");
+    writeTrace(enter);
 }
 
 Logger::Logger(Logger&& other) noexcept
-    : core_(std::move(other.core_)), position_(other.position_), className_(other.className_),
+    : core_(std::exchange(other.core_, nullptr)), position_(other.position_), className_(other.className_),
       function_(other.function_), severity_(other.severity_), traces_(std::exchange(other.traces_, false)) {}
 
 Logger::~Logger() {
     if (traces_) {
-        writeTrace("EXIT: ");
+        writeTrace(leave);
     }
     if (core_ != nullptr) {
         core_->releaseLogger();
     }
 }
 
-void Logger::writeTrace(const char* prefix) const {
-    RecordBuilder text = record(position_, severity_);
-    text << prefix;
-    if (!className_.empty()) {
-        text << className_ << "::";
+void Logger::writeTrace(std::string_view prefix) noexcept {
+    if (!core_->wants(severity_)) {
+        return;
     }
-    text << function_;
+    try {
+        core_->write(makeRecord(position_, severity_, traceText(prefix)));
+    } catch (...) {
+        // A log that fails must not fail its caller.
+    }
+}
+
+/// The label behind the prefix, which serves for both records: every call of the module writes them.
+std::string_view Logger::traceText(std::string_view prefix) {
+    if (trace_.empty()) {
+        trace_ << enter << className_ << (className_.empty() ? "" : "::") << function_;
+    }
+    const std::size_t start = enter.size() - prefix.size();
+    trace_.replace(start, prefix);
+    return trace_.view().substr(start);
 }
 
 } // namespace JY::Log2

@@ -51,7 +51,7 @@ void AppLog::initialize(const std::wstring& name, const std::wstring& directory,
     const std::wstring prefix = name + L"-" + std::to_wstring(static_cast<std::int32_t>(GetCurrentProcessId())) + L"-";
     const std::uint32_t budget = 2 * maxEachSize * maxWrap;
     EarlyFailures failures;
-    parts->core = boost::make_shared<Log2::CoreImpl>();
+    parts->core = Log2::CoreImpl::create();
     Log2::setCore(parts->core);
     boost::shared_ptr<Log2::FileEraser> eraser;
     failures.attempt([&] { eraser = boost::make_shared<Log2::FileEraserImpl>(directory, name + L"-*.log", budget); });

@@ -89,7 +89,7 @@ private:
 
 /// A COM call on the source whose failure also records the file.
 template <class Body>
-HRESULT FlvSourceImpl::guardedCall(SourcePosition position, const char* method,
+HRESULT FlvSourceImpl::guardedCall(SourcePosition position, std::string_view method,
                                    std::initializer_list<RequiredPointer> required, Body&& body) {
     FailureGuard guard(position, filePath_);
     const auto guarded = [&](const ComCall& call) -> HRESULT {

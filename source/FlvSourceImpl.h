@@ -75,7 +75,7 @@ private:
     using StreamMap = std::map<DWORD, Microsoft::WRL::ComPtr<FlvStream>>; ///< by stream identifier
 
     template <class Body>
-    HRESULT guardedCall(SourcePosition position, const char* method, std::initializer_list<RequiredPointer> required,
+    HRESULT guardedCall(SourcePosition position, std::string_view method, std::initializer_list<RequiredPointer> required,
                         Body&& body);
     void checkShutdown() const;
 

@@ -14,33 +14,24 @@ namespace {
 constexpr std::size_t bytesPerLine = 16;
 constexpr std::size_t characterColumn = 48;
 
-/// What the C library calls graphic, asked once for each byte: asking costs more than all the rest of a dump.
-const std::array<bool, 256>& graphicBytes() {
-    static const std::array<bool, 256> bytes = [] {
-        std::array<bool, 256> graphic{};
-        for (int byte = 0; byte < 256; ++byte) {
-            graphic[static_cast<std::size_t>(byte)] = std::isgraph(byte) != 0;
+/// What a dump writes for a byte.
+struct DumpedByte {
+    char digits[3]; ///< and a blank
+    char character;
+};
+
+/// The C library is asked once for each byte what is graphic: asking costs more than all the rest of a dump.
+const std::array<DumpedByte, 256>& dumpedBytes() {
+    static const std::array<DumpedByte, 256> bytes = [] {
+        constexpr char digits[] = "0123456789abcdef";
+        std::array<DumpedByte, 256> dumped{};
+        for (unsigned byte = 0; byte < dumped.size(); ++byte) {
+            const bool isGraphic = std::isgraph(static_cast<int>(byte)) != 0;
+            dumped[byte] = {{digits[byte >> 4], digits[byte & 0x0F], ' '}, isGraphic ? static_cast<char>(byte) : '.'};
         }
-        return graphic;
+        return dumped;
     }();
     return bytes;
-}
-
-void dumpLine(TextBuffer& out, std::span<const unsigned char> bytes) {
-    static constexpr char digits[] = "0123456789abcdef";
-    char line[5 + characterColumn + bytesPerLine];
-    std::fill_n(line, sizeof line, ' ');
-    line[0] = '\n';
-    const std::array<bool, 256>& isGraphic = graphicBytes();
-    char* hex = line + 5;
-    char* characters = line + 5 + characterColumn;
-    for (const unsigned char byte : bytes) {
-        *hex++ = digits[byte >> 4];
-        *hex++ = digits[byte & 0x0F];
-        ++hex;
-        *characters++ = isGraphic[byte] ? static_cast<char>(byte) : '.';
-    }
-    out << std::string_view(line, static_cast<std::size_t>(characters - line));
 }
 
 } // namespace
@@ -82,10 +73,26 @@ TextBuffer& TextBuffer::operator<<(HexDump dump) {
     std::span<const unsigned char> rest(static_cast<const unsigned char*>(dump.data), dump.size);
     while (!rest.empty()) {
         const std::size_t count = std::min(rest.size(), bytesPerLine);
-        dumpLine(*this, rest.first(count));
+        dumpLine(rest.first(count));
         rest = rest.subspan(count);
     }
     return *this;
+}
+
+void TextBuffer::dumpLine(std::span<const unsigned char> bytes) {
+    constexpr std::size_t margin = 5; // the line feed and four blanks
+    const std::array<DumpedByte, 256>& dumped = dumpedBytes();
+    char* const line = extend(margin + characterColumn + bytes.size());
+    std::memset(line, ' ', margin + characterColumn);
+    line[0] = '\n';
+    char* hex = line + margin;
+    char* characters = line + margin + characterColumn;
+    for (const unsigned char byte : bytes) {
+        const DumpedByte& text = dumped[byte];
+        std::memcpy(hex, text.digits, sizeof text.digits);
+        hex += sizeof text.digits;
+        *characters++ = text.character;
+    }
 }
 
 TextBuffer& TextBuffer::operator<<(Scientific number) {

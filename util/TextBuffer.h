@@ -38,13 +38,15 @@ public:
     std::string_view view() const { return {text_.data(), text_.size()}; }
     std::string str() const { return std::string(view()); }
     bool empty() const { return text_.empty(); }
+    /// Writes `text` over what stands at `position`, which must be at least as long.
+    void replace(std::size_t position, std::string_view text) {
+        std::memcpy(text_.data() + position, text.data(), text.size());
+    }
 
     /// Inline, so that a literal, whose size is known, costs a few instructions.
     TextBuffer& operator<<(std::string_view text) {
         if (!text.empty()) {
-            const std::size_t old = text_.size();
-            text_.resize(old + text.size(), boost::container::default_init);
-            std::memcpy(text_.data() + old, text.data(), text.size());
+            std::memcpy(extend(text.size()), text.data(), text.size());
         }
         return *this;
     }
@@ -68,14 +70,25 @@ public:
         if constexpr (std::same_as<Number, bool>) {
             return *this << (number ? '1' : '0');
         } else {
-            char digits[24];
-            const auto end = std::to_chars(digits, digits + sizeof digits, number).ptr;
-            return *this << std::string_view(digits, static_cast<std::size_t>(end - digits));
+            constexpr std::size_t mostDigits = 24;
+            char* const digits = extend(mostDigits);
+            const char* const end = std::to_chars(digits, digits + mostDigits, number).ptr;
+            text_.resize(static_cast<std::size_t>(end - text_.data()));
+            return *this;
         }
     }
 
 private:
     static constexpr std::size_t inlineCapacity = 512;
+
+    /// Appends `count` characters, which the caller writes.
+    char* extend(std::size_t count) {
+        const std::size_t old = text_.size();
+        text_.resize(old + count, boost::container::default_init);
+        return text_.data() + old;
+    }
+    void dumpLine(std::span<const unsigned char> bytes);
+
     boost::container::small_vector<char, inlineCapacity> text_;
 };
 

@@ -240,7 +240,7 @@ TEST_F(ComUnknownBaseTest, LastReleaseDestroysTheObjectWhenItsRecordFails) {
         void write(const Log2::Record&) override { throw std::bad_alloc(); }
         void setThreshold(Log2::Severity) override {}
     };
-    const auto core = boost::make_shared<Log2::CoreImpl>();
+    const auto core = Log2::CoreImpl::create();
     core->addSink(boost::make_shared<ThrowingSink>());
     Log2::setCore(core);
     Object* const object = createObject<Object>(counter, destroyed).Detach();

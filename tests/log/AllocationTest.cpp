@@ -16,7 +16,7 @@ using Test::allocationsOf;
 constexpr SourceFile here{"AllocationTest"};
 
 TEST(Record, OfOrdinaryLengthIsBuiltAndSentWithoutAllocating) {
-    const auto core = boost::make_shared<CoreImpl>();
+    const auto core = CoreImpl::create();
     const auto sink = boost::make_shared<DebugOutSink>();
     sink->setThreshold(Severity::trace);
     core->addSink(sink);

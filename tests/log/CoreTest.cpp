@@ -140,7 +140,7 @@ TEST(Logger, WithoutACoreDiscardsEverything) {
 
 TEST(Logger, KeepsItsCoreAlive) {
     std::vector<std::string> calls;
-    auto core = boost::make_shared<CoreImpl>();
+    auto core = CoreImpl::create();
     core->addSink(boost::make_shared<RecordingSink>(calls, "a"));
     {
         const auto log = core->createLogger();
@@ -148,6 +148,47 @@ TEST(Logger, KeepsItsCoreAlive) {
         log.warn(here()) << "x";
     }
     EXPECT_THAT(calls, ElementsAre("a x"));
+}
+
+/// Counts the sinks of its kind that have gone.
+class CountedSink final : public Sink {
+public:
+    explicit CountedSink(int& gone) : gone_(gone) {}
+    CountedSink(const CountedSink&) = delete;
+    CountedSink& operator=(const CountedSink&) = delete;
+    ~CountedSink() override { ++gone_; }
+    void flush() override {}
+    void close() override {}
+    void write(const Record&) override {}
+    void setThreshold(Severity) override {}
+
+private:
+    int& gone_;
+};
+
+TEST(Core, GoesWithItsOwnerWhenItHasNoLogger) {
+    int gone = 0;
+    auto core = CoreImpl::create();
+    core->addSink(boost::make_shared<CountedSink>(gone));
+    { const auto logger = core->createLogger(); }
+    boost::shared_ptr<Core> second = core;
+    core.reset();
+    EXPECT_EQ(gone, 0);
+    second.reset();
+    EXPECT_EQ(gone, 1);
+}
+
+TEST(Core, GoesWithItsLastLoggerWhenItsOwnerHasGoneBefore) {
+    int gone = 0;
+    auto core = CoreImpl::create();
+    core->addSink(boost::make_shared<CountedSink>(gone));
+    {
+        const auto last = core->createLogger();
+        { const auto other = core->createLogger(); }
+        core.reset();
+        EXPECT_EQ(gone, 0);
+    }
+    EXPECT_EQ(gone, 1);
 }
 
 TEST(Record, CarriesTheTimeOfItsSending) {
@@ -160,7 +201,7 @@ TEST(Record, CarriesTheTimeOfItsSending) {
     protected:
         void doWrite(const Record& record) override { time = record.time; }
     };
-    const auto core = boost::make_shared<CoreImpl>();
+    const auto core = CoreImpl::create();
     const auto sink = boost::make_shared<TimeSink>();
     core->addSink(sink);
     const auto log = core->createLogger();
@@ -184,7 +225,7 @@ TEST(Record, CarriesTheTimeOfItsSending) {
 
 TEST(Core, PassesRecordsToItsSinksInTheOrderOfAdding) {
     std::vector<std::string> calls;
-    const auto core = boost::make_shared<CoreImpl>();
+    const auto core = CoreImpl::create();
     core->addSink(boost::make_shared<RecordingSink>(calls, "a"));
     core->addSink(boost::make_shared<RecordingSink>(calls, "b"));
     core->createLogger().trace(here()) << "x";
@@ -207,7 +248,7 @@ private:
 
 TEST(Core, RecordThatNoSinkWantsIsNotMade) {
     unsigned written = 0;
-    const auto core = boost::make_shared<CoreImpl>();
+    const auto core = CoreImpl::create();
     core->addSink(boost::make_shared<DroppingSink>(written));
     core->createLogger().fatal(here()) << "x";
     EXPECT_EQ(written, 0U);
@@ -216,7 +257,7 @@ TEST(Core, RecordThatNoSinkWantsIsNotMade) {
 TEST(Core, RecordThatOneSinkWantsIsOfferedToAll) {
     unsigned written = 0;
     std::vector<std::string> calls;
-    const auto core = boost::make_shared<CoreImpl>();
+    const auto core = CoreImpl::create();
     core->addSink(boost::make_shared<DroppingSink>(written));
     core->addSink(boost::make_shared<RecordingSink>(calls, "a"));
     core->createLogger().trace(here()) << "x";
@@ -235,7 +276,7 @@ TEST(SinkBase, WantsWhatItsThresholdLetsThrough) {
 
 TEST(Core, FlushesEverySink) {
     std::vector<std::string> calls;
-    const auto core = boost::make_shared<CoreImpl>();
+    const auto core = CoreImpl::create();
     core->addSink(boost::make_shared<RecordingSink>(calls, "a"));
     core->addSink(boost::make_shared<RecordingSink>(calls, "b"));
     core->flush();
@@ -244,7 +285,7 @@ TEST(Core, FlushesEverySink) {
 
 TEST(CoreShutdown, ClosesAndForgetsItsSinks) {
     std::vector<std::string> calls;
-    const auto core = boost::make_shared<CoreImpl>();
+    const auto core = CoreImpl::create();
     core->addSink(boost::make_shared<RecordingSink>(calls, "a"));
     core->shutdown(ShutdownMode::reportWarning);
     core->createLogger().fatal(here()) << "x";
@@ -264,7 +305,7 @@ CapturedRecord reportOfTwoLiveLoggers(ShutdownMode mode) {
         void setThreshold(Severity) override {}
         CapturedRecord last;
     };
-    const auto core = boost::make_shared<CoreImpl>();
+    const auto core = CoreImpl::create();
     const auto sink = boost::make_shared<LastRecordSink>();
     core->addSink(sink);
     const auto first = core->createLogger();
@@ -292,13 +333,13 @@ TEST(CoreShutdown, ReportsLiveLoggersAsFatalWhenAskedTo) {
 TEST(CoreShutdown, IsSilentWithoutLiveLoggersOrWhenAskedToBe) {
     std::vector<std::string> calls;
     {
-        const auto core = boost::make_shared<CoreImpl>();
+        const auto core = CoreImpl::create();
         core->addSink(boost::make_shared<RecordingSink>(calls, "a"));
         { const auto gone = core->createLogger(); }
         core->shutdown(ShutdownMode::reportFatal);
     }
     {
-        const auto core = boost::make_shared<CoreImpl>();
+        const auto core = CoreImpl::create();
         core->addSink(boost::make_shared<RecordingSink>(calls, "b"));
         const auto alive = core->createLogger();
         core->shutdown(ShutdownMode::silent);
@@ -315,14 +356,14 @@ public:
 };
 
 TEST(Logger, SurvivesASinkThatThrows) {
-    const auto core = boost::make_shared<CoreImpl>();
+    const auto core = CoreImpl::create();
     core->addSink(boost::make_shared<ThrowingSink>());
     EXPECT_NO_THROW(core->createLogger().warn(here()) << "x");
 }
 
 TEST(Core, SinkThatThrowsDoesNotKeepTheRecordFromTheOthers) {
     std::vector<std::string> calls;
-    const auto core = boost::make_shared<CoreImpl>();
+    const auto core = CoreImpl::create();
     core->addSink(boost::make_shared<RecordingSink>(calls, "a"));
     core->addSink(boost::make_shared<ThrowingSink>());
     core->addSink(boost::make_shared<RecordingSink>(calls, "b"));
@@ -332,7 +373,7 @@ TEST(Core, SinkThatThrowsDoesNotKeepTheRecordFromTheOthers) {
 
 TEST(CoreShutdown, ClosesEverySinkEvenWhenOneThrows) {
     std::vector<std::string> calls;
-    const auto core = boost::make_shared<CoreImpl>();
+    const auto core = CoreImpl::create();
     core->addSink(boost::make_shared<RecordingSink>(calls, "a"));
     core->addSink(boost::make_shared<ThrowingSink>());
     core->addSink(boost::make_shared<RecordingSink>(calls, "b"));
@@ -370,7 +411,7 @@ TEST(Core, KeepsEveryRecordOfManyThreads) {
 
 TEST(Core, LiveCountIsExactUnderManyThreads) {
     std::vector<std::string> calls;
-    const auto core = boost::make_shared<CoreImpl>();
+    const auto core = CoreImpl::create();
     core->addSink(boost::make_shared<RecordingSink>(calls, "a"));
     const auto alive = core->createLogger();
     {
@@ -398,7 +439,7 @@ TEST(SetCore, ReleasesThePreviousCoreAfterTheExchange) {
         void setThreshold(Severity) override {}
     };
     {
-        const auto previous = boost::make_shared<CoreImpl>();
+        const auto previous = CoreImpl::create();
         previous->addSink(boost::make_shared<LastWordsSink>());
         setCore(previous);
     }

@@ -2,7 +2,11 @@
 
 #include "tests/support/ImportPatch.h"
 
+#include <array>
 #include <gtest/gtest.h>
+#include <intrin.h>
+#include <thread>
+#include <vector>
 
 namespace {
 
@@ -31,22 +35,32 @@ std::string textOf(const SYSTEMTIME& time) {
     return text;
 }
 
+/// Lets go by what a time told may be shared for.
+void outwaitTheMillisecond() {
+    Sleep(2);
+}
+
 /// A clock that the test sets, three hours ahead of universal time.
 class SetClock {
 public:
-    SetClock() { conversions = 0; }
+    SetClock() = default;
+    SetClock(const SetClock&) = delete;
+    SetClock& operator=(const SetClock&) = delete;
+    ~SetClock() { outwaitTheMillisecond(); }
 
     static void set(WORD year, WORD month, WORD day, WORD hour, WORD minute, WORD second, WORD milliseconds) {
-        now = ticksOf({year, month, 0, day, hour, minute, second, milliseconds});
+        set(ticksOf({year, month, 0, day, hour, minute, second, milliseconds}));
+    }
+    static void set(std::uint64_t ticks) {
+        now = ticks;
+        outwaitTheMillisecond();
     }
 
     inline static std::uint64_t now = 0;
-    inline static unsigned conversions = 0;
 
 private:
     static void WINAPI preciseTime(FILETIME* time) { *time = fileTimeOf(now); }
     static BOOL WINAPI toLocal(const FILETIME* universal, FILETIME* local) {
-        ++conversions;
         *local =
             fileTimeOf((std::uint64_t{universal->dwHighDateTime} << 32 | universal->dwLowDateTime) + 3 * ticksPerHour);
         return TRUE;
@@ -71,6 +85,97 @@ TEST(LocalClock, TellsWhatTheSystemTells) {
     }
 }
 
+std::uint64_t preciseTicks() {
+    FILETIME time;
+    GetSystemTimePreciseAsFileTime(&time);
+    return std::uint64_t{time.dwHighDateTime} << 32 | time.dwLowDateTime;
+}
+
+std::uint64_t wholeMilliseconds(std::uint64_t ticks) {
+    return ticks - ticks % ticksPerMillisecond;
+}
+
+/// Ticks by which local time is ahead of universal time.
+std::uint64_t localBias() {
+    const FILETIME universal = fileTimeOf(preciseTicks());
+    FILETIME local{};
+    FileTimeToLocalFileTime(&universal, &local);
+    return (std::uint64_t{local.dwHighDateTime} << 32 | local.dwLowDateTime) -
+           (std::uint64_t{universal.dwHighDateTime} << 32 | universal.dwLowDateTime);
+}
+
+/// How many of so many times lie before the millisecond in which they were asked for, or after it.
+unsigned countWrongTimes(unsigned rounds, std::uint64_t bias) {
+    unsigned wrong = 0;
+    for (unsigned round = 0; round < rounds; ++round) {
+        const std::uint64_t before = wholeMilliseconds(preciseTicks());
+        const std::uint64_t told = ticksOf(localTime()) - bias;
+        const std::uint64_t after = wholeMilliseconds(preciseTicks());
+        wrong += told < before || told > after ? 1 : 0;
+    }
+    return wrong;
+}
+
+TEST(LocalClock, TellsTheVeryMillisecondOfTheMoment) {
+    EXPECT_EQ(countWrongTimes(300'000, localBias()), 0U);
+}
+
+TEST(LocalClock, TellsTheVeryMillisecondOfTheMomentToEveryThread) {
+    const std::uint64_t bias = localBias();
+    std::atomic<unsigned> wrong{0};
+    {
+        std::vector<std::jthread> threads;
+        for (unsigned thread = 0; thread < 4; ++thread) {
+            threads.emplace_back([&] { wrong += countWrongTimes(100'000, bias); });
+        }
+    }
+    EXPECT_EQ(wrong, 0U);
+}
+
+/// Counts how often the system's clock is asked.
+class CountedClock {
+public:
+    CountedClock() { asked = 0; }
+
+    inline static std::atomic<unsigned> asked = 0;
+
+private:
+    static void WINAPI countedTime(FILETIME* time) {
+        ++asked;
+        GetSystemTimeAsFileTime(time);
+    }
+
+    ImportPatch<decltype(&GetSystemTimePreciseAsFileTime)> patch_{"GetSystemTimePreciseAsFileTime", countedTime};
+};
+
+bool hasSteadyCounter() {
+    std::array<int, 4> registers{};
+    __cpuid(registers.data(), static_cast<int>(0x80000007));
+    return (registers[3] & 1 << 8) != 0;
+}
+
+TEST(LocalClock, AsksTheSystemForFewOfManyTimes) {
+    if (!hasSteadyCounter()) {
+        GTEST_SKIP() << "this processor's counter does not serve";
+    }
+    const CountedClock clock;
+    constexpr unsigned times = 100'000;
+    for (unsigned time = 0; time < times; ++time) {
+        localTime();
+    }
+    EXPECT_GT(CountedClock::asked, 0U);
+    EXPECT_LT(CountedClock::asked, times / 5);
+}
+
+TEST(LocalClock, AsksTheSystemAgainWhenTheMillisecondIsOver) {
+    const CountedClock clock;
+    localTime();
+    outwaitTheMillisecond();
+    CountedClock::asked = 0;
+    localTime();
+    EXPECT_EQ(CountedClock::asked, 1U);
+}
+
 TEST(LocalClock, CountsOnThroughAMinute) {
     const SetClock clock;
     SetClock::set(2026, 2, 28, 10, 59, 0, 0);
@@ -79,14 +184,13 @@ TEST(LocalClock, CountsOnThroughAMinute) {
     EXPECT_EQ(textOf(localTime()), "2026/02/28 (6) 13:59:07.008");
     SetClock::set(2026, 2, 28, 10, 59, 59, 999);
     EXPECT_EQ(textOf(localTime()), "2026/02/28 (6) 13:59:59.999");
-    EXPECT_EQ(SetClock::conversions, 1U);
 }
 
 TEST(LocalClock, TurnsOverIntoTheNextYear) {
     const SetClock clock;
     SetClock::set(2026, 12, 31, 20, 59, 59, 999);
     EXPECT_EQ(textOf(localTime()), "2026/12/31 (4) 23:59:59.999");
-    SetClock::now += ticksPerMillisecond;
+    SetClock::set(SetClock::now + ticksPerMillisecond);
     EXPECT_EQ(textOf(localTime()), "2027/01/01 (5) 00:00:00.000");
 }
 

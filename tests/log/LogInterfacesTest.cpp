@@ -14,8 +14,8 @@ using namespace JY;
 using namespace JY::Log2;
 using Test::slotOf;
 
-using TracedMember = Logger(SourcePosition, const std::type_info&, const char*, Severity);
-using TracedFunction = Logger(SourcePosition, const char*, Severity);
+using TracedMember = Logger(SourcePosition, const std::type_info&, std::string_view, Severity);
+using TracedFunction = Logger(SourcePosition, std::string_view, Severity);
 using Untraced = Logger();
 
 TEST(LogInterfaces, CoreKeepsItsOrder) {

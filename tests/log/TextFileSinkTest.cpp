@@ -614,7 +614,7 @@ TEST_F(TextFileSinkTest, KeepsNoHandle) {
 }
 
 TEST_F(TextFileSinkTest, TakesTheRecordsOfACore) {
-    const auto core = boost::make_shared<CoreImpl>();
+    const auto core = CoreImpl::create();
     core->addSink(boost::shared_ptr<Sink>(startSink().release()));
     core->createLogger().warn({"Test", 1}) << "message";
     core->flush();

@@ -8,6 +8,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -41,7 +42,7 @@ protected:
         core->addSink(sink);
     }
 
-    const boost::shared_ptr<CoreImpl> core = boost::make_shared<CoreImpl>();
+    const boost::shared_ptr<CoreImpl> core = CoreImpl::create();
     const boost::shared_ptr<KeepingSink> sink = boost::make_shared<KeepingSink>();
 };
 
@@ -77,6 +78,25 @@ TEST_F(TracedLogger, IsHeldToTheThresholdOfTheMoment) {
         sink->setThreshold(Severity::debug);
     }
     EXPECT_THAT(sink->kept, ElementsAre("debug TracedLoggerTest(10) between"));
+}
+
+TEST_F(TracedLogger, WritesItsLastRecordEvenWhenItsFirstWasDropped) {
+    sink->setThreshold(Severity::fatal);
+    {
+        const auto log = core->createLogger(here.at(8), typeid(ErrorException), "f", Severity::trace);
+        sink->setThreshold(Severity::trace);
+    }
+    EXPECT_THAT(sink->kept, ElementsAre("trace TracedLoggerTest(8) EXIT: JY::ErrorException::f"));
+}
+
+TEST_F(TracedLogger, ThatIsMovedWritesItsLastRecordOnce) {
+    {
+        auto log = core->createLogger(here.at(7), "f", Severity::trace);
+        const auto moved = std::move(log);
+        moved.warn(here.at(9)) << "inside";
+    }
+    EXPECT_THAT(sink->kept, ElementsAre("trace TracedLoggerTest(7) ENTER: f", "warn TracedLoggerTest(9) inside",
+                                        "trace TracedLoggerTest(7) EXIT: f"));
 }
 
 TEST_F(TracedLogger, WritesToASinkThatCameLater) {

@@ -85,7 +85,7 @@ TEST_F(AllocationTest, VideoSamplesTakeNoMemoryOfTheirOwn) {
 
 TEST_F(AllocationTest, SamplesTakeNoMemoryWhileTheirRecordsAreDropped) {
     const auto sink = boost::make_shared<CountingSink>();
-    const auto core = boost::make_shared<Log2::CoreImpl>();
+    const auto core = Log2::CoreImpl::create();
     core->addSink(sink);
     Log2::setCore(core);
     EXPECT_LE(allocationsOfRequests<FlvAudioStream>(audioFile()), ofTheQueue);

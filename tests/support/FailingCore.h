@@ -3,6 +3,7 @@
 #include "log/Core.h"
 
 #include <new>
+#include <string_view>
 
 namespace JY::Test {
 
@@ -12,10 +13,10 @@ public:
     void addSink(boost::shared_ptr<Log2::Sink>) override {}
     void flush() override {}
     void shutdown(Log2::ShutdownMode) override {}
-    Log2::Logger createLogger(SourcePosition, const std::type_info&, const char*, Log2::Severity) override {
+    Log2::Logger createLogger(SourcePosition, const std::type_info&, std::string_view, Log2::Severity) override {
         throw std::bad_alloc();
     }
-    Log2::Logger createLogger(SourcePosition, const char*, Log2::Severity) override { throw std::bad_alloc(); }
+    Log2::Logger createLogger(SourcePosition, std::string_view, Log2::Severity) override { throw std::bad_alloc(); }
     Log2::Logger createLogger() override { throw std::bad_alloc(); }
 };
 

@@ -38,7 +38,7 @@ private:
     std::vector<CapturedRecord> records_;
 };
 
-LogCapture::LogCapture() : sink_(boost::make_shared<MemorySink>()), core_(boost::make_shared<Log2::CoreImpl>()) {
+LogCapture::LogCapture() : sink_(boost::make_shared<MemorySink>()), core_(Log2::CoreImpl::create()) {
     sink_->setThreshold(Log2::Severity::trace);
     core_->addSink(sink_);
     snapshotCount = 0;

@@ -79,6 +79,23 @@ TEST(TextBuffer, KeepsTextLongerThanItsInlineRoom) {
     EXPECT_EQ(textOf(part, part, part), part + part + part);
 }
 
+TEST(TextBuffer, GoesOnWithNumbersAndDumpsWhereItsInlineRoomEnds) {
+    for (std::size_t length = 480; length < 530; ++length) {
+        const std::string text(length, 'x');
+        EXPECT_EQ(textOf(text, -12345, '.'), text + "-12345.");
+        EXPECT_EQ(textOf(text, HexDump{"AB", 2}, '.'), text + "\n    41 42 " + std::string(42, ' ') + "AB.");
+    }
+}
+
+TEST(TextBuffer, IsWrittenOverInPlace) {
+    TextBuffer buffer;
+    buffer << "ENTER: f";
+    buffer.replace(1, "EXIT: ");
+    EXPECT_EQ(buffer.str(), "EEXIT: f");
+    buffer.replace(7, "g");
+    EXPECT_EQ(buffer.str(), "EEXIT: g");
+}
+
 TEST(HexDump, OfTwentyBytesGivesTwoLinesWithTheCharactersInColumn48) {
     const std::string bytes = "ABCDEFGHIJKLMNOPwx\x01\xff";
     EXPECT_EQ(textOf(HexDump{bytes.data(), bytes.size()}),
