@@ -25,6 +25,7 @@ public:
     /// Reports live loggers by the mode, closes every sink and forgets them.
     virtual void shutdown(ShutdownMode mode) = 0;
     /// A logger that writes "ENTER: " and, when it goes, "EXIT: " with "class::function" at the given severity.
+    /// `function` is not copied and must live for ever, here and below; a string literal is meant.
     virtual Logger createLogger(SourcePosition position, const std::type_info& type, std::string_view function,
                                 Severity severity) = 0;
     /// The same for a function without a class.

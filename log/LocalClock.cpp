@@ -1,27 +1,37 @@
 #include "log/LocalClock.h"
 
+#include "util/LatestValue.h"
+
 #include <array>
-#include <atomic>
-#include <bit>
 #include <cstdint>
-#include <cstring>
 #include <intrin.h>
-#include <optional>
 
 namespace JY::Log2 {
 
 namespace {
 
-// Asking the system costs more than all the rest of a record (31 ns instead of 10 under Wine), and a record's time is
-// one of whole milliseconds. So the answer is shared until the millisecond may be over, by the processor's own counter,
-// whose rate need not be known for that: the slowest counter decides, a faster one only has the system asked more often
-// than needed. What is told is always what the system would have told.
+// Asking the system's clock costs as much as all the rest of a record (31 ns instead of 10 under Wine), and a record's
+// time is one of whole milliseconds. So an answer serves all threads for as long as its millisecond lasts by the
+// processor's own counter, at the slowest rate that the counter is trusted with: a faster one only has the clock asked
+// more often than needed. The date is converted once a minute.
 
 constexpr std::uint64_t ticksPerMillisecond = 10'000;
+constexpr std::uint64_t ticksPerMinute = 60'000 * ticksPerMillisecond;
+constexpr unsigned millisecondsPerSecond = 1'000;
 /// Of the processor's counter in a tick of the clock, 100 ns, at the slowest.
 constexpr std::uint64_t countsPerTick = 50;
 
-/// Whether the counter runs on at the same rate whatever the processor does.
+/// An answer of the clock.
+struct Moment {
+    std::uint64_t counter; ///< the processor's, before the clock was asked
+    std::uint64_t counts;  ///< for how many of it the local time stays what it is; 0 where that is not known
+    std::uint64_t ticks;   ///< universal time; units of 100 ns since 1601
+    SYSTEMTIME local;
+};
+
+constinit LatestValue<Moment> latestMoment;
+
+/// Whether the processor's counter runs on at the same rate whatever the processor does.
 bool isCounterSteady() {
     constexpr int highestExtended = static_cast<int>(0x80000000);
     constexpr int powerManagement = static_cast<int>(0x80000007);
@@ -37,87 +47,59 @@ bool isCounterSteady() {
 
 const bool hasSteadyCounter = isCounterSteady();
 
-/// A local time and the values of the counter for which it holds, shared by all threads without a lock: who finds it
-/// being changed does without it.
-class SharedTime {
-public:
-    /// False, with nothing of use in `time`, when none is known for this value of the counter.
-    bool get(std::uint64_t counter, SYSTEMTIME& time) const {
-        const unsigned version = version_.load(std::memory_order_acquire);
-        const std::uint64_t age = counter - from_.load(std::memory_order_relaxed);
-        const bool holds = age < count_.load(std::memory_order_relaxed);
-        const Words words{time_[0].load(std::memory_order_relaxed), time_[1].load(std::memory_order_relaxed)};
-        std::memcpy(&time, &words, sizeof time); // a bit_cast is taken to pieces by the compiler, at twice the cost
-        std::atomic_thread_fence(std::memory_order_acquire);
-        return holds && !isBeingChanged(version) && version_.load(std::memory_order_relaxed) == version;
-    }
-
-    /// `time` holds from `counter` on for so many counts.
-    void set(std::uint64_t counter, std::uint64_t counts, const SYSTEMTIME& time) {
-        unsigned version = version_.load(std::memory_order_relaxed);
-        if (isBeingChanged(version) || !version_.compare_exchange_strong(version, version + 1)) {
-            return; // another thread's is as good
-        }
-        std::atomic_thread_fence(std::memory_order_release);
-        const auto words = std::bit_cast<Words>(time);
-        from_.store(counter, std::memory_order_relaxed);
-        count_.store(counts, std::memory_order_relaxed);
-        time_[0].store(words[0], std::memory_order_relaxed);
-        time_[1].store(words[1], std::memory_order_relaxed);
-        version_.store(version + 2, std::memory_order_release);
-    }
-
-private:
-    using Words = std::array<std::uint64_t, 2>;
-
-    static bool isBeingChanged(unsigned version) { return version % 2 != 0; }
-
-    std::atomic<unsigned> version_{0};
-    std::atomic<std::uint64_t> from_{0};
-    std::atomic<std::uint64_t> count_{0};
-    std::array<std::atomic<std::uint64_t>, 2> time_{};
-};
-
-constinit SharedTime sharedTime;
+/// By the clock that is read fastest under Wine. GetLocalTime's own may lie behind it by one of its ticks, so the two
+/// are never mixed.
+std::uint64_t ticksNow() {
+    FILETIME time;
+    GetSystemTimePreciseAsFileTime(&time);
+    return std::uint64_t{time.dwHighDateTime} << 32 | time.dwLowDateTime;
+}
 
 /// As the system converts it.
-std::optional<SYSTEMTIME> toLocalTime(const FILETIME& universal) {
+bool toLocalTime(std::uint64_t ticks, SYSTEMTIME& time) {
+    const FILETIME universal{static_cast<DWORD>(ticks & 0xFFFFFFFF), static_cast<DWORD>(ticks >> 32)};
     FILETIME local{};
-    SYSTEMTIME time{};
-    if (!FileTimeToLocalFileTime(&universal, &local) || !FileTimeToSystemTime(&local, &time)) {
-        return std::nullopt;
-    }
+    return FileTimeToLocalFileTime(&universal, &local) && FileTimeToSystemTime(&local, &time);
+}
+
+/// A time in the minute of `time`.
+SYSTEMTIME withinMinute(SYSTEMTIME time, std::uint64_t ticks) {
+    const auto milliseconds = static_cast<unsigned>(ticks % ticksPerMinute / ticksPerMillisecond);
+    time.wSecond = static_cast<WORD>(milliseconds / millisecondsPerSecond);
+    time.wMilliseconds = static_cast<WORD>(milliseconds % millisecondsPerSecond);
     return time;
 }
 
-SYSTEMTIME systemsLocalTime() {
-    SYSTEMTIME time;
-    GetLocalTime(&time);
-    return time;
+/// For how many counts the millisecond lasts at least. None while the counter is not known to run fast enough, which
+/// it must have done since the moment before.
+std::uint64_t countsLeft(const Moment& before, std::uint64_t counter, std::uint64_t ticks) {
+    const bool isFastEnough = ticks >= before.ticks && counter >= before.counter &&
+                              (counter - before.counter) / countsPerTick > ticks - before.ticks;
+    return isFastEnough ? (ticksPerMillisecond - ticks % ticksPerMillisecond) * countsPerTick : 0;
 }
 
-/// Asks the clock. `counter` was read before.
-SYSTEMTIME newTime(std::uint64_t counter) {
-    FILETIME universal;
-    GetSystemTimePreciseAsFileTime(&universal); // GetLocalTime's clock may lie behind it, so the two are never mixed
-    const std::optional<SYSTEMTIME> time = toLocalTime(universal);
-    if (!time) {
-        return systemsLocalTime();
+SYSTEMTIME askClock(const Moment& before, std::uint64_t counter) {
+    const std::uint64_t ticks = ticksNow();
+    Moment now{counter, hasSteadyCounter ? countsLeft(before, counter, ticks) : 0, ticks, {}};
+    if (ticks / ticksPerMinute == before.ticks / ticksPerMinute) {
+        now.local = withinMinute(before.local, ticks);
+    } else if (!toLocalTime(ticks, now.local)) {
+        GetLocalTime(&now.local);
+        return now.local;
     }
-    const std::uint64_t ticks = std::uint64_t{universal.dwHighDateTime} << 32 | universal.dwLowDateTime;
-    sharedTime.set(counter, (ticksPerMillisecond - ticks % ticksPerMillisecond) * countsPerTick, *time);
-    return *time;
+    latestMoment.set(now);
+    return now.local;
 }
 
 } // namespace
 
 SYSTEMTIME localTime() {
-    const std::uint64_t counter = __rdtsc();
-    SYSTEMTIME time;
-    if (!hasSteadyCounter || !sharedTime.get(counter, time)) {
-        time = newTime(counter);
+    Moment latest;
+    if (!latestMoment.get(latest)) {
+        latest = {};
     }
-    return time;
+    const std::uint64_t counter = hasSteadyCounter ? __rdtsc() : 0;
+    return counter - latest.counter < latest.counts ? latest.local : askClock(latest, counter);
 }
 
 } // namespace JY::Log2

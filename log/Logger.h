@@ -10,8 +10,8 @@
 
 namespace JY::Log2 {
 
-/// Handle through which code logs; unique owner of one live-logger count of its core, which that keeps alive. A tracing
-/// logger wrote "ENTER: " when it was made and writes "EXIT: " when it is destroyed. One thread.
+/// Handle through which code logs; unique owner of one live-logger count of its core, and the count keeps the core
+/// alive. A tracing logger wrote "ENTER: " when it was made and writes "EXIT: " when it is destroyed. One thread.
 class Logger {
 public:
     /// An untraced logger. The core's live count must have been raised for it.
@@ -37,7 +37,7 @@ public:
     RecordBuilder fatal(SourcePosition position) const { return record(position, Severity::fatal); }
 
 private:
-    void writeTrace(std::string_view prefix) noexcept;
+    void writeTrace(std::string_view prefix);
     std::string_view traceText(std::string_view prefix);
 
     InternalCoreInterface* core_; ///< null after a move

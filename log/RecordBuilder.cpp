@@ -18,12 +18,4 @@ RecordBuilder& RecordBuilder::operator<<(const Exception& exception) {
     return *this;
 }
 
-void RecordBuilder::send() noexcept {
-    try {
-        core_->write(makeRecord(position_, severity_, text_.view()));
-    } catch (...) {
-        // A log that fails must not fail its caller.
-    }
-}
-
 } // namespace JY::Log2

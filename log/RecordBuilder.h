@@ -22,7 +22,7 @@ public:
     RecordBuilder& operator=(const RecordBuilder&) = delete;
     ~RecordBuilder() {
         if (core_ != nullptr) {
-            send();
+            core_->send(position_, severity_, text_.view());
         }
     }
 
@@ -47,7 +47,6 @@ private:
             core_ = nullptr;
         }
     }
-    void send() noexcept;
 
     InternalCoreInterface* core_;
     SourcePosition position_;

@@ -75,8 +75,8 @@ private:
     using StreamMap = std::map<DWORD, Microsoft::WRL::ComPtr<FlvStream>>; ///< by stream identifier
 
     template <class Body>
-    HRESULT guardedCall(SourcePosition position, std::string_view method, std::initializer_list<RequiredPointer> required,
-                        Body&& body);
+    HRESULT guardedCall(SourcePosition position, std::string_view method,
+                        std::initializer_list<RequiredPointer> required, Body&& body);
     void checkShutdown() const;
 
     // Construction.

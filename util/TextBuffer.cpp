@@ -41,9 +41,8 @@ TextBuffer& TextBuffer::operator<<(std::wstring_view text) {
     const int count = static_cast<int>(text.size());
     const int size = count != 0 ? WideCharToMultiByte(CP_ACP, 0, text.data(), count, nullptr, 0, nullptr, nullptr) : 0;
     if (size > 0) {
-        const std::size_t old = text_.size();
-        text_.resize(old + static_cast<std::size_t>(size));
-        WideCharToMultiByte(CP_ACP, 0, text.data(), count, text_.data() + old, size, nullptr, nullptr);
+        char* const start = extend(static_cast<std::size_t>(size));
+        WideCharToMultiByte(CP_ACP, 0, text.data(), count, start, size, nullptr, nullptr);
     }
     return *this;
 }
@@ -82,8 +81,8 @@ TextBuffer& TextBuffer::operator<<(HexDump dump) {
 void TextBuffer::dumpLine(std::span<const unsigned char> bytes) {
     constexpr std::size_t margin = 5; // the line feed and four blanks
     const std::array<DumpedByte, 256>& dumped = dumpedBytes();
-    char* const line = extend(margin + characterColumn + bytes.size());
-    std::memset(line, ' ', margin + characterColumn);
+    char* const line = extend(margin + characterColumn + bytesPerLine);
+    std::memset(line, ' ', margin + characterColumn + bytesPerLine);
     line[0] = '\n';
     char* hex = line + margin;
     char* characters = line + margin + characterColumn;
@@ -93,23 +92,20 @@ void TextBuffer::dumpLine(std::span<const unsigned char> bytes) {
         hex += sizeof text.digits;
         *characters++ = text.character;
     }
+    text_.resize(static_cast<std::size_t>(characters - text_.data()));
 }
 
 TextBuffer& TextBuffer::operator<<(Scientific number) {
-    char text[64];
-    char* end = text;
     if (std::isfinite(number.value)) { // the same text, several times faster: an index of key frames has thousands
-        end = std::to_chars(text, text + sizeof text, number.value, std::chars_format::scientific, 6).ptr;
-    } else {
-        end += std::snprintf(text, sizeof text, "%e", number.value);
+        return appendNumber(number.value, std::chars_format::scientific, 6);
     }
-    return *this << std::string_view(text, static_cast<std::size_t>(end - text));
+    char text[16];
+    std::snprintf(text, sizeof text, "%e", number.value);
+    return *this << text;
 }
 
 TextBuffer& TextBuffer::operator<<(Hex number) {
-    char digits[24];
-    const char* const end = std::to_chars(digits, digits + sizeof digits, number.value, 16).ptr;
-    return *this << std::string_view(digits, static_cast<std::size_t>(end - digits));
+    return appendNumber(number.value, 16);
 }
 
 } // namespace JY

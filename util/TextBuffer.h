@@ -38,6 +38,7 @@ public:
     std::string_view view() const { return {text_.data(), text_.size()}; }
     std::string str() const { return std::string(view()); }
     bool empty() const { return text_.empty(); }
+    void clear() { text_.clear(); }
     /// Writes `text` over what stands at `position`, which must be at least as long.
     void replace(std::size_t position, std::string_view text) {
         std::memcpy(text_.data() + position, text.data(), text.size());
@@ -70,22 +71,27 @@ public:
         if constexpr (std::same_as<Number, bool>) {
             return *this << (number ? '1' : '0');
         } else {
-            constexpr std::size_t mostDigits = 24;
-            char* const digits = extend(mostDigits);
-            const char* const end = std::to_chars(digits, digits + mostDigits, number).ptr;
-            text_.resize(static_cast<std::size_t>(end - text_.data()));
-            return *this;
+            return appendNumber(number);
         }
     }
 
 private:
     static constexpr std::size_t inlineCapacity = 512;
+    static constexpr std::size_t mostCharacters = 24; ///< of a number
 
     /// Appends `count` characters, which the caller writes.
     char* extend(std::size_t count) {
         const std::size_t old = text_.size();
         text_.resize(old + count, boost::container::default_init);
         return text_.data() + old;
+    }
+    /// What std::to_chars writes, 24 characters at most, in place.
+    template <class... NumberAndForm>
+    TextBuffer& appendNumber(NumberAndForm... numberAndForm) {
+        char* const start = extend(mostCharacters);
+        const char* const end = std::to_chars(start, start + mostCharacters, numberAndForm...).ptr;
+        text_.resize(static_cast<std::size_t>(end - text_.data()));
+        return *this;
     }
     void dumpLine(std::span<const unsigned char> bytes);
 

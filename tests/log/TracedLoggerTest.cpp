@@ -1,6 +1,7 @@
 #include "log/CoreImpl.h"
 #include "log/Severity.h"
 #include "log/SinkBase.h"
+#include "tests/support/Allocations.h"
 #include "util/ErrorException.h"
 
 #include <boost/make_shared.hpp>
@@ -87,6 +88,23 @@ TEST_F(TracedLogger, WritesItsLastRecordEvenWhenItsFirstWasDropped) {
         sink->setThreshold(Severity::trace);
     }
     EXPECT_THAT(sink->kept, ElementsAre("trace TracedLoggerTest(8) EXIT: JY::ErrorException::f"));
+}
+
+TEST_F(TracedLogger, WithoutMemoryForItsFirstRecordWritesItsLastOneWhole) {
+    const std::string longName(600, 'f'); // more than a record has room for
+    {
+        const JY::Test::FailingAllocation failure(1);
+        const auto log = core->createLogger(here.at(7), longName, Severity::trace);
+        EXPECT_TRUE(failure.hasFailed());
+    }
+    EXPECT_THAT(sink->kept, ElementsAre("trace TracedLoggerTest(7) EXIT: " + longName));
+}
+
+TEST_F(TracedLogger, OfALongNameWritesBothRecordsWhole) {
+    const std::string longName(600, 'f');
+    { const auto log = core->createLogger(here.at(8), typeid(ErrorException), longName, Severity::trace); }
+    EXPECT_THAT(sink->kept, ElementsAre("trace TracedLoggerTest(8) ENTER: JY::ErrorException::" + longName,
+                                        "trace TracedLoggerTest(8) EXIT: JY::ErrorException::" + longName));
 }
 
 TEST_F(TracedLogger, ThatIsMovedWritesItsLastRecordOnce) {

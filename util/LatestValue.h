@@ -1,0 +1,57 @@
+#pragma once
+
+#include <array>
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <type_traits>
+
+namespace JY {
+
+/// The latest of the small values that threads tell each other, without a lock: who finds it being changed does
+/// without. For what can be had in another way, at a higher price. Any thread. Constant-initialised, with zeros.
+///
+/// A thread that is ended in the middle of `set` leaves nothing to be got any more; nobody waits for it.
+template <class T>
+requires std::is_trivially_copyable_v<T>
+class LatestValue {
+public:
+    /// False, with nothing of use in `value`, while it is being changed.
+    bool get(T& value) const {
+        const unsigned version = version_.load(std::memory_order_acquire);
+        std::array<std::uint64_t, size> copy;
+        for (std::size_t index = 0; index < size; ++index) {
+            copy[index] = words_[index].load(std::memory_order_relaxed);
+        }
+        std::atomic_thread_fence(std::memory_order_acquire); // the version comes after the words
+        std::memcpy(&value, copy.data(), sizeof value);
+        return !isBeingChanged(version) && version_.load(std::memory_order_relaxed) == version;
+    }
+
+    /// Does nothing when another thread is doing it.
+    void set(const T& value) {
+        unsigned version = version_.load(std::memory_order_relaxed);
+        if (isBeingChanged(version) || !version_.compare_exchange_strong(version, version + 1)) {
+            return;
+        }
+        std::array<std::uint64_t, size> copy{};
+        std::memcpy(copy.data(), &value, sizeof value);
+        std::atomic_thread_fence(std::memory_order_release); // the words come after the version
+        for (std::size_t index = 0; index < size; ++index) {
+            words_[index].store(copy[index], std::memory_order_relaxed);
+        }
+        version_.store(version + 2, std::memory_order_release);
+    }
+
+private:
+    static constexpr std::size_t size = (sizeof(T) + sizeof(std::uint64_t) - 1) / sizeof(std::uint64_t);
+    static constexpr std::size_t cacheLine = 64;
+
+    static bool isBeingChanged(unsigned version) { return version % 2 != 0; }
+
+    alignas(cacheLine) std::atomic<unsigned> version_{0};
+    std::array<std::atomic<std::uint64_t>, size> words_{};
+};
+
+} // namespace JY
