@@ -20,12 +20,12 @@ public:
     /// False, with nothing of use in `value`, while it is being changed.
     bool get(T& value) const {
         const unsigned version = version_.load(std::memory_order_acquire);
-        std::array<std::uint64_t, size> copy;
+        auto* const target = reinterpret_cast<std::byte*>(&value);
         for (std::size_t index = 0; index < size; ++index) {
-            copy[index] = words_[index].load(std::memory_order_relaxed);
+            const std::uint64_t word = words_[index].load(std::memory_order_relaxed);
+            std::memcpy(target + index * sizeof word, &word, sizeof word);
         }
         std::atomic_thread_fence(std::memory_order_acquire); // the version comes after the words
-        std::memcpy(&value, copy.data(), sizeof value);
         return !isBeingChanged(version) && version_.load(std::memory_order_relaxed) == version;
     }
 
@@ -35,17 +35,19 @@ public:
         if (isBeingChanged(version) || !version_.compare_exchange_strong(version, version + 1)) {
             return;
         }
-        std::array<std::uint64_t, size> copy{};
-        std::memcpy(copy.data(), &value, sizeof value);
+        const auto* const source = reinterpret_cast<const std::byte*>(&value);
         std::atomic_thread_fence(std::memory_order_release); // the words come after the version
         for (std::size_t index = 0; index < size; ++index) {
-            words_[index].store(copy[index], std::memory_order_relaxed);
+            std::uint64_t word;
+            std::memcpy(&word, source + index * sizeof word, sizeof word);
+            words_[index].store(word, std::memory_order_relaxed);
         }
         version_.store(version + 2, std::memory_order_release);
     }
 
 private:
-    static constexpr std::size_t size = (sizeof(T) + sizeof(std::uint64_t) - 1) / sizeof(std::uint64_t);
+    static constexpr std::size_t size = sizeof(T) / sizeof(std::uint64_t);
+    static_assert(size * sizeof(std::uint64_t) == sizeof(T), "only whole words are copied");
     static constexpr std::size_t cacheLine = 64;
 
     static bool isBeingChanged(unsigned version) { return version % 2 != 0; }

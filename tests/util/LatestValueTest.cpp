@@ -12,21 +12,21 @@ namespace {
 
 using JY::LatestValue;
 
-/// Not a whole number of words.
 struct Sample {
     std::uint64_t first;
     std::uint64_t second;
     std::uint64_t third;
-    std::uint16_t fourth;
+    std::uint32_t fourth;
+    std::uint32_t fifth;
 };
 
 Sample sampleOf(std::uint64_t number) {
-    return {number, ~number, number * 3, static_cast<std::uint16_t>(number)};
+    return {number, ~number, number * 3, static_cast<std::uint32_t>(number), 5};
 }
 
 bool isWhole(const Sample& sample) {
     return sample.second == ~sample.first && sample.third == sample.first * 3 &&
-           sample.fourth == static_cast<std::uint16_t>(sample.first);
+           sample.fourth == static_cast<std::uint32_t>(sample.first) && sample.fifth == 5;
 }
 
 TEST(LatestValue, IsZeroAtFirst) {
@@ -37,6 +37,7 @@ TEST(LatestValue, IsZeroAtFirst) {
     EXPECT_EQ(sample.second, 0U);
     EXPECT_EQ(sample.third, 0U);
     EXPECT_EQ(sample.fourth, 0U);
+    EXPECT_EQ(sample.fifth, 0U);
 }
 
 TEST(LatestValue, IsTheOneSetLast) {
@@ -74,7 +75,7 @@ Got getEnough(const LatestValue<Sample>& latest) {
 
 TEST(LatestValue, IsNeverMadeUpOfTwo) {
     LatestValue<Sample> latest;
-    latest.set(sampleOf(1));
+    latest.set(sampleOf(0));
     std::atomic<unsigned> reading{3};
     std::vector<Got> got(reading);
     {
