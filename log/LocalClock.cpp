@@ -1,11 +1,11 @@
 #include "log/LocalClock.h"
 
 #include "util/LatestValue.h"
+#include "util/ProcessorCounter.h"
 
 #include <array>
 #include <cstdint>
 #include <cstring>
-#include <intrin.h>
 
 namespace JY::Log2 {
 
@@ -47,22 +47,6 @@ struct Moment {
 
 constinit LatestValue<Moment> latestMoment;
 
-/// Whether the processor's counter runs on at the same rate whatever the processor does.
-bool isCounterSteady() {
-    constexpr int highestExtended = static_cast<int>(0x80000000);
-    constexpr int powerManagement = static_cast<int>(0x80000007);
-    constexpr int steady = 1 << 8;
-    std::array<int, 4> registers{};
-    __cpuid(registers.data(), highestExtended);
-    if (static_cast<unsigned>(registers[0]) < static_cast<unsigned>(powerManagement)) {
-        return false;
-    }
-    __cpuid(registers.data(), powerManagement);
-    return (registers[3] & steady) != 0;
-}
-
-const bool hasSteadyCounter = isCounterSteady();
-
 /// By the clock that is read fastest under Wine. GetLocalTime's own may lie behind it by one of its ticks, so the two
 /// are never mixed.
 std::uint64_t ticksNow() {
@@ -103,14 +87,15 @@ std::uint64_t countsLeft(const Moment& before, std::uint64_t counter, std::uint6
         GetLocalTime(&time);
         return time;
     }
-    latestMoment.set({counter, hasSteadyCounter ? countsLeft(before, counter, ticks) : 0, ticks, packed(time)});
+    const std::uint64_t counts = ProcessorCounter::isSteady() ? countsLeft(before, counter, ticks) : 0;
+    latestMoment.set({counter, counts, ticks, packed(time)});
     return time;
 }
 
 } // namespace
 
 SYSTEMTIME localTime() {
-    const std::uint64_t counter = hasSteadyCounter ? __rdtsc() : 0;
+    const std::uint64_t counter = ProcessorCounter::isSteady() ? ProcessorCounter::now() : 0;
     Moment latest;
     if (!latestMoment.get(latest)) {
         latest = {};

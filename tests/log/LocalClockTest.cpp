@@ -1,21 +1,21 @@
 #include "log/LocalClock.h"
 
 #include "tests/support/ImportPatch.h"
+#include "util/ProcessorCounter.h"
 
 #include <windows.h>
 
-#include <array>
 #include <atomic>
 #include <cstdint>
 #include <cstdio>
 #include <gtest/gtest.h>
-#include <intrin.h>
 #include <string>
 #include <thread>
 #include <vector>
 
 namespace {
 
+using JY::ProcessorCounter;
 using JY::Log2::localTime;
 using JY::Test::ImportPatch;
 
@@ -163,19 +163,8 @@ private:
     Patch patch_{"GetSystemTimePreciseAsFileTime", countedTime};
 };
 
-/// Whether the processor says that its counter runs on at the same rate whatever happens.
-bool hasSteadyCounter() {
-    std::array<int, 4> registers{};
-    __cpuid(registers.data(), static_cast<int>(0x80000000));
-    if (static_cast<unsigned>(registers[0]) < 0x80000007) {
-        return false;
-    }
-    __cpuid(registers.data(), static_cast<int>(0x80000007));
-    return (registers[3] & 1 << 8) != 0;
-}
-
 TEST(LocalClock, AsksTheSystemForFewOfManyTimes) {
-    if (!hasSteadyCounter()) {
+    if (!ProcessorCounter::isSteady()) {
         GTEST_SKIP() << "this processor's counter does not serve";
     }
     constexpr unsigned times = 1'000'000;
