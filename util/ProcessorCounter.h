@@ -8,8 +8,7 @@ namespace JY {
 /// The processor's time-stamp counter: the cheapest measure of time that there is, at a rate that nobody tells.
 class ProcessorCounter {
 public:
-    /// Whether the counter runs on at the same rate whatever the processor does, in step on all of its cores. False
-    /// while static objects are being made.
+    /// Whether the counter runs on at the same rate whatever the processor does. False while static objects are made.
     static bool isSteady() { return isSteady_; }
     /// The counter now.
     static std::uint64_t now() { return __rdtsc(); }

@@ -19,6 +19,9 @@ TEST(ProcessorCounter, CountsFasterThanTheClockTicks) {
 }
 
 TEST(ProcessorCounter, NeverCountsBack) {
+    if (!ProcessorCounter::isSteady()) {
+        GTEST_SKIP() << "this processor's counter stands still at times";
+    }
     std::uint64_t before = ProcessorCounter::now();
     for (unsigned round = 0; round < 1'000'000; ++round) {
         const std::uint64_t now = ProcessorCounter::now();
