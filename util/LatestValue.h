@@ -38,7 +38,7 @@ public:
         const auto* const source = reinterpret_cast<const std::byte*>(&value);
         std::atomic_thread_fence(std::memory_order_release); // the words come after the version
         for (std::size_t index = 0; index < size; ++index) {
-            std::uint64_t word;
+            std::uint64_t word = 0;
             std::memcpy(&word, source + index * sizeof word, sizeof word);
             words_[index].store(word, std::memory_order_relaxed);
         }
