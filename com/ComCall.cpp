@@ -24,25 +24,6 @@ void recordFatal(const Log2::Logger& log, SourcePosition position, const Text& t
     Log2::requestSnapshot();
 }
 
-/// Records the exception in flight and answers with its HRESULT.
-HRESULT translateCurrentException(const Log2::Logger& log, SourcePosition position) {
-    try {
-        throw;
-    } catch (const ApiErrorException& exception) {
-        log.error(position) << exception;
-        return static_cast<HRESULT>(exception.code());
-    } catch (const ErrorException& exception) {
-        log.error(position) << exception;
-    } catch (const Exception& exception) {
-        recordFatal(log, position, exception);
-    } catch (const std::exception& exception) {
-        recordFatal(log, position, exception.what());
-    } catch (...) {
-        recordFatal(log, position, "Unknown exception.");
-    }
-    return E_FAIL;
-}
-
 HRESULT ladderedCall(const ComCall& call, SourcePosition position, std::initializer_list<RequiredPointer> required,
                      Detail::ComBody body, void* context) {
     const HRESULT checked = call.check(required);
@@ -67,6 +48,24 @@ HRESULT tracedCall(const MethodName& name, std::initializer_list<RequiredPointer
 }
 
 } // namespace
+
+HRESULT translateCurrentException(const Log2::Logger& log, SourcePosition position) {
+    try {
+        throw;
+    } catch (const ApiErrorException& exception) {
+        log.error(position) << exception;
+        return static_cast<HRESULT>(exception.code());
+    } catch (const ErrorException& exception) {
+        log.error(position) << exception;
+    } catch (const Exception& exception) {
+        recordFatal(log, position, exception);
+    } catch (const std::exception& exception) {
+        recordFatal(log, position, exception.what());
+    } catch (...) {
+        recordFatal(log, position, "Unknown exception.");
+    }
+    return E_FAIL;
+}
 
 HRESULT ComCall::check(std::initializer_list<RequiredPointer> required) const {
     for (const RequiredPointer& argument : required) {

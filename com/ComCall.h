@@ -45,6 +45,10 @@ private:
     Log2::Logger& logger_;
 };
 
+/// Records the exception in flight, a fatal one with a snapshot, and answers with its HRESULT: the code of an
+/// ApiErrorException, E_FAIL for all others. Called in a catch clause.
+HRESULT translateCurrentException(const Log2::Logger& log, SourcePosition position);
+
 /// Has the last word in a call: told after its failure, if any, has been recorded, inside the trace scope.
 class ComCallObserver {
 public:

@@ -12,14 +12,4 @@ Microsoft::WRL::ComPtr<T> adoptReference(T* object) {
     return owner;
 }
 
-/// Adds a reference to an object that a client handed in, null included. ComPtr's own constructor cannot serve: it
-/// forbids exceptions, and a client's bad pointer must end as one.
-template <class T>
-Microsoft::WRL::ComPtr<T> shareReference(T* object) {
-    if (object != nullptr) {
-        object->AddRef();
-    }
-    return adoptReference(object);
-}
-
 } // namespace JY::Pictaro

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "com/ComCall.h"
-#include "com/ComReference.h"
 #include "source/AsyncCallParam.h"
 #include "util/ApiErrorException.h"
 #include "util/SharedLock.h"
@@ -61,7 +60,7 @@ template <class T>
 HRESULT AsyncCaller<T>::doCallAsync(IMFAsyncCallback* callback, IUnknown* state,
                                     Microsoft::WRL::ComPtr<IUnknown> argument) {
     const Log2::Logger trace = Log2::traceMember(here(), typeid(*this), "doCallAsync");
-    auto param = createParam<AsyncCallParam>(shareReference(callback), shareReference(state), std::move(argument));
+    auto param = createParam<AsyncCallParam>(callback, state, std::move(argument));
     const std::lock_guard guard(queueing_);
     const HRESULT result = MFPutWorkItem(MFASYNC_CALLBACK_QUEUE_MULTITHREADED, this, param.Get());
     if (SUCCEEDED(result)) {

@@ -1,5 +1,6 @@
 #include "source/FlvSourceImpl.h"
 
+#include "com/ClientReference.h"
 #include "com/InterfaceQuery.h"
 #include "config/FlvSourceConfig.h"
 #include "flv/FlvFileParserImpl.h"
@@ -79,7 +80,9 @@ public:
     explicit StartActionParam(const PROPVARIANT& startPosition) {
         throwIfFailed(PropVariantCopy(&startPosition_, &startPosition), here(), "PropVariantCopy");
     }
-    ~StartActionParam() override { PropVariantClear(&startPosition_); }
+    ~StartActionParam() override {
+        letGo([this] { PropVariantClear(&startPosition_); });
+    }
 
     const PROPVARIANT* startPosition() const { return &startPosition_; }
 
@@ -120,7 +123,7 @@ FlvSourceImpl::~FlvSourceImpl() {
     }
     shutDownEvents(streams_);
     if (eventQueue_ != nullptr) {
-        eventQueue_->Shutdown();
+        letGo([this] { eventQueue_->Shutdown(); });
     }
 }
 
@@ -205,21 +208,21 @@ HRESULT FlvSourceImpl::GetEvent(DWORD dwFlags, IMFMediaEvent** ppEvent) {
 HRESULT FlvSourceImpl::BeginGetEvent(IMFAsyncCallback* pCallback, IUnknown* punkState) {
     return guardedCall(here(), "BeginGetEvent", {{"pCallback", pCallback}}, [&](const ComCall&) {
         // A client's bad pointer must not fault inside the queue, which would stay locked.
-        const auto callback = shareReference(pCallback);
-        const auto state = shareReference(punkState);
+        const ClientReference callback(pCallback);
+        const ClientReference state(punkState);
         const std::lock_guard guard(*lock_);
         checkShutdown();
-        return eventQueue_->BeginGetEvent(callback.Get(), state.Get());
+        return eventQueue_->BeginGetEvent(callback.get(), state.get());
     });
 }
 
 HRESULT FlvSourceImpl::EndGetEvent(IMFAsyncResult* pResult, IMFMediaEvent** ppEvent) {
     return guardedCall(here(), "EndGetEvent", {{"pResult", pResult}, {"ppEvent", ppEvent}}, [&](const ComCall&) {
         *ppEvent = nullptr;
-        const auto result = shareReference(pResult);
+        const ClientReference result(pResult);
         const std::lock_guard guard(*lock_);
         checkShutdown();
-        return eventQueue_->EndGetEvent(result.Get(), ppEvent);
+        return eventQueue_->EndGetEvent(result.get(), ppEvent);
     });
 }
 
@@ -329,16 +332,16 @@ void FlvSourceImpl::collectSelection(IMFPresentationDescriptor& descriptor, Stre
     log.info(here()) << "NumOfDescriptors=" << count;
     for (DWORD index = 0; index < count; ++index) {
         BOOL isSelected = FALSE;
-        ComPtr<IMFStreamDescriptor> streamDescriptor;
-        throwIfFailed(descriptor.GetStreamDescriptorByIndex(index, &isSelected, streamDescriptor.GetAddressOf()),
-                      here(), "GetStreamDescriptorByIndex");
+        ClientReference<IMFStreamDescriptor> streamDescriptor;
+        throwIfFailed(descriptor.GetStreamDescriptorByIndex(index, &isSelected, streamDescriptor.put()), here(),
+                      "GetStreamDescriptorByIndex");
         if (!isSelected) {
             log.warn(here()) << "Stream[" << index << "]:NotSelected";
             continue;
         }
         log.info(here()) << "Stream[" << index << "]:Selected";
         DWORD streamId = 0;
-        throwIfFailed(streamDescriptor->GetStreamIdentifier(&streamId), here(), "GetStreamIdentifier");
+        throwIfFailed(streamDescriptor.get()->GetStreamIdentifier(&streamId), here(), "GetStreamIdentifier");
         selection.push_back(findStream(streamId));
     }
 }

@@ -1,5 +1,6 @@
 #include "streams/FlvStream.h"
 
+#include "com/ClientReference.h"
 #include "com/ComCall.h"
 #include "com/InterfaceQuery.h"
 #include "flv/TimePosition.h"
@@ -64,11 +65,11 @@ HRESULT FlvStream::GetEvent(DWORD dwFlags, IMFMediaEvent** ppEvent) {
 HRESULT FlvStream::BeginGetEvent(IMFAsyncCallback* pCallback, IUnknown* punkState) {
     return comCall({here(), &typeid(*this), "BeginGetEvent"}, {{"pCallback", pCallback}}, [&](const ComCall&) {
         // A client's bad pointer must not fault inside the queue, which would stay locked.
-        const auto callback = shareReference(pCallback);
-        const auto state = shareReference(punkState);
+        const ClientReference callback(pCallback);
+        const ClientReference state(punkState);
         const std::lock_guard guard(*lock_);
         checkShutdown();
-        return eventQueue_->BeginGetEvent(callback.Get(), state.Get());
+        return eventQueue_->BeginGetEvent(callback.get(), state.get());
     });
 }
 
@@ -76,10 +77,10 @@ HRESULT FlvStream::EndGetEvent(IMFAsyncResult* pResult, IMFMediaEvent** ppEvent)
     return comCall({here(), &typeid(*this), "EndGetEvent"}, {{"pResult", pResult}, {"ppEvent", ppEvent}},
                    [&](const ComCall&) {
                        *ppEvent = nullptr;
-                       const auto result = shareReference(pResult);
+                       const ClientReference result(pResult);
                        const std::lock_guard guard(*lock_);
                        checkShutdown();
-                       return eventQueue_->EndGetEvent(result.Get(), ppEvent);
+                       return eventQueue_->EndGetEvent(result.get(), ppEvent);
                    });
 }
 
@@ -120,7 +121,7 @@ HRESULT FlvStream::GetStreamDescriptor(IMFStreamDescriptor** ppStreamDescriptor)
 HRESULT FlvStream::RequestSample(IUnknown* pToken) {
     return comCall({here(), &typeid(*this), "RequestSample"}, [&](const ComCall& call) {
         call.log().info(here()) << "pToken=" << (pToken != nullptr ? "NotNull" : "null");
-        const auto token = shareReference(pToken); // a bad one must not fault inside the sample
+        const ClientReference token(pToken); // a bad one must not fault inside the sample
         const std::lock_guard guard(*lock_);
         if (source().getStateId() == SourceStateId::paused) {
             return S_OK;
@@ -129,7 +130,7 @@ HRESULT FlvStream::RequestSample(IUnknown* pToken) {
             announceEndOfFile();
             return MF_E_END_OF_STREAM;
         }
-        sendNextSample(token.Get());
+        sendNextSample(token.get());
         return S_OK;
     });
 }
@@ -215,11 +216,7 @@ void FlvStream::cutLoose() noexcept {
 }
 
 void FlvStream::shutDownEvents() noexcept {
-    try {
-        eventQueue_->Shutdown();
-    } catch (...) {
-        // An object that the client left in the queue faulted when it was let go; the stream itself is cut loose.
-    }
+    letGo([this] { eventQueue_->Shutdown(); });
 }
 
 HRESULT FlvStream::queueEvent(MediaEventType type) {

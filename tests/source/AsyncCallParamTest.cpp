@@ -1,6 +1,7 @@
 #include "source/AsyncCallParam.h"
 
 #include "tests/source/ClientObjects.h"
+#include "tests/support/FaultyCallback.h"
 
 #include <gtest/gtest.h>
 #include <string>
@@ -55,6 +56,12 @@ TEST(AsyncCallParam, ReleasesTheStateBeforeTheCallback) {
     Ordered state(order, 's');
     createParam<AsyncCallParam>(&callback, &state, nullptr).Reset();
     EXPECT_EQ(order, "sc");
+}
+
+TEST(AsyncCallParam, OutlivesObjectsThatFaultWhenTheyAreLetGo) {
+    FaultyCallback object;
+    createParam<AsyncCallParam>(&object, &object, nullptr).Reset();
+    EXPECT_EQ(object.releases, 2U);
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "source/FlvSourceImpl.h"
 #include "tests/source/SourceTest.h"
+#include "tests/support/FaultyCallback.h"
 #include "tests/support/TimeLimit.h"
 #include "tests/support/VirtualSlot.h"
 #include "tests/support/VirtualTable.h"
@@ -365,6 +366,28 @@ TEST_F(FlvSourceShutdownTest, IsNotNeededToLetGoOfClientsObjectsOutsideTheLock) 
     source.Reset();
     EXPECT_TRUE(ofSource.becomesReturned());
     EXPECT_TRUE(ofStream.becomesReturned());
+}
+
+TEST_F(FlvSourceShutdownTest, IsOutlivedThoughClientsObjectsFaultWhenTheyAreLetGo) {
+    ASSERT_EQ(source->Shutdown(), S_OK);
+    FaultyCallback object;
+    EXPECT_EQ(source->BeginGetEvent(&object, &object), MF_E_SHUTDOWN);
+    EXPECT_EQ(object.releases, 2U);
+}
+
+/// Leaves an object in a queue of events.
+void queueObject(IMFMediaEventGenerator& generator, IUnknown& object) {
+    PROPVARIANT value{};
+    value.vt = VT_UNKNOWN;
+    value.punkVal = &object;
+    ASSERT_EQ(generator.QueueEvent(MEExtendedType, GUID_NULL, S_OK, &value), S_OK);
+}
+
+TEST_F(FlvSourceShutdownTest, IsNotNeededToOutliveClientsObjectsThatFault) {
+    FaultyCallback object;
+    queueObject(*source.Get(), object);
+    source.Reset();
+    EXPECT_GE(object.releases, 1U);
 }
 
 TEST_F(FlvSourceShutdownTest, IsSafeAgainstCallsOnOtherThreads) {

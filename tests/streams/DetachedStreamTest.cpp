@@ -1,6 +1,7 @@
 #include "com/ComCall.h"
 #include "tests/streams/StreamTest.h"
 #include "tests/support/Faults.h"
+#include "tests/support/FaultyCallback.h"
 #include "tests/support/ImportPatch.h"
 
 namespace {
@@ -58,6 +59,16 @@ TEST_F(DetachedStreamTest, IsCutLooseThoughAnObjectInItsQueueFaults) {
     ComPtr<IMFMediaSource> owner;
     EXPECT_EQ(stream->GetMediaSource(owner.GetAddressOf()), MF_E_SHUTDOWN);
     EXPECT_EQ(stream->RequestSample(nullptr), MF_E_SHUTDOWN);
+}
+
+TEST_F(DetachedStreamTest, OutlivesClientsObjectsThatFaultWhenTheyAreLetGo) {
+    const auto stream = createStream<FlvAudioStream>();
+    stream->detachFromSource();
+    FaultyCallback object;
+    EXPECT_EQ(stream->BeginGetEvent(&object, &object), MF_E_SHUTDOWN);
+    EXPECT_EQ(object.releases, 2U);
+    EXPECT_EQ(stream->RequestSample(&object), MF_E_SHUTDOWN);
+    EXPECT_EQ(object.releases, 3U);
 }
 
 } // namespace
