@@ -54,7 +54,7 @@ measure_ffmpeg() {
 
 # measure_ffmpeg_picture NAME FILM SECONDS: how long ffmpeg takes to its first picture of a film from a time on.
 measure_ffmpeg_picture() {
-    measure_ffmpeg "$1" 3 -ss "$3" -i "$folder/$2.flv" -map 0:v:0 -c copy -frames:v 1
+    measure_ffmpeg "$1" 5 -ss "$3" -i "$folder/$2.flv" -map 0:v:0 -c copy -frames:v 1
 }
 
 # Once for the caches of the disk and of Wine.
@@ -71,7 +71,7 @@ wrapped=2689.033
 for ((run = 1; run <= runs; ++run)); do
     say "Run $run of $runs"
     measure film samples "$(film ten-minutes)"
-    measure_ffmpeg film.ffmpeg_seconds 3 -i "$folder/ten-minutes.flv" -c copy
+    measure_ffmpeg film.ffmpeg_seconds 5 -i "$folder/ten-minutes.flv" -c copy
     measure hours samples "$(film two-hours)"
     measure_ffmpeg hours.ffmpeg_seconds 1 -i "$folder/two-hours.flv" -c copy
     measure minute open "$(film one-minute)" 20

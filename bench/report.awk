@@ -47,10 +47,10 @@ function sample_rows(film, prefix,    module, ffmpeg, ffmpeg_less_start, micro) 
     row(prefix "thousand_samples_per_second", "samples of the module a second", 1000 / (module * micro), "thousand")
     row(prefix "sample_us", "a sample of the module", module * micro, "us")
     row(prefix "bare_sample_us", "a sample of the bare client", figure(film ".bare_seconds") * micro, "us")
-    row(prefix "ffmpeg_packet_us", "a packet of ffmpeg -c copy", ffmpeg * micro, "us")
+    row(prefix "ffmpeg_packet_us", "a packet of ffmpeg -c copy, ffmpeg's start counted", ffmpeg * micro, "us")
     row(prefix "ffmpeg_packet_less_start_us", "a packet of ffmpeg -c copy, ffmpeg's start taken off", ffmpeg_less_start * micro, "us")
     row(prefix "samples_to_bare", "module / bare client", module / figure(film ".bare_seconds"), "times")
-    row(prefix "samples_to_ffmpeg", "module / ffmpeg", module / ffmpeg, "times")
+    row(prefix "samples_to_ffmpeg", "module / ffmpeg, ffmpeg's start counted", module / ffmpeg, "times")
     row(prefix "samples_to_ffmpeg_less_start", "module / ffmpeg, ffmpeg's start taken off", module / ffmpeg_less_start, "times")
 }
 
