@@ -8,7 +8,9 @@
 
 #include <boost/make_shared.hpp>
 
+#include <array>
 #include <filesystem>
+#include <stdexcept>
 #include <typeinfo>
 
 namespace JY::Bench {
@@ -47,6 +49,8 @@ public:
         core_->addSink(sink);
     }
     void install() { Log2::setCore(core_); }
+    /// Whether a record has come into the text file.
+    bool hasWritten() const { return !std::filesystem::is_empty(folder_); }
 
 private:
     std::filesystem::path folder_ = std::filesystem::temp_directory_path() / L"JyFlvBench";
@@ -63,7 +67,7 @@ double secondsPerRound(unsigned count, const Body& body) {
     return stopwatch.seconds() / count;
 }
 
-double secondsPerRecord(unsigned count) {
+double secondsPerInfoRecord(unsigned count) {
     const Log2::Logger log = Log2::untraced();
     return secondsPerRound(
         count, [&](unsigned round) { log.info(here()) << "NaluSize=" << round << " BufferSize=" << round; });
@@ -74,21 +78,30 @@ double secondsPerRecord(unsigned count) {
 double secondsPerDroppedRecord() {
     Log log(Log2::Severity::warn);
     log.install();
-    return secondsPerRecord(rounds);
+    return secondsPerInfoRecord(rounds);
 }
 
-double secondsPerKeptRecord() {
+double secondsPerRecord(Log2::Severity textThreshold) {
+    Log log(textThreshold);
+    log.addSnapshot();
+    log.install();
+    const bool toBeWritten = textThreshold <= Log2::Severity::info;
+    const double seconds = secondsPerInfoRecord(toBeWritten ? writingRounds : rounds);
+    if (log.hasWritten() != toBeWritten) {
+        throw std::runtime_error("the text file does not keep to its threshold");
+    }
+    return seconds;
+}
+
+double secondsPerDump() {
+    static constexpr std::array<unsigned char, 32> bytes{0x00, 0x00, 0x00, 0x01, 0x65, 0x88, 0x84, 0x40};
     Log log(Log2::Severity::warn);
     log.addSnapshot();
     log.install();
-    return secondsPerRecord(rounds);
-}
-
-double secondsPerWrittenRecord() {
-    Log log(Log2::Severity::trace);
-    log.addSnapshot();
-    log.install();
-    return secondsPerRecord(writingRounds);
+    const Log2::Logger logger = Log2::untraced();
+    return secondsPerRound(rounds, [&](unsigned round) {
+        logger.info(here()) << "VideoData(" << round << ")=" << HexDump{bytes.data(), bytes.size()};
+    });
 }
 
 double secondsPerTracedFunction() {

@@ -1,5 +1,6 @@
 #include "bench/ModuleClient.h"
 
+#include "bench/DefaultSettings.h"
 #include "module/ClassId.h"
 #include "tools/Failure.h"
 #include "tools/FileUrl.h"
@@ -17,6 +18,7 @@ using Tools::Failure;
 namespace {
 
 ComPtr<IMFByteStreamHandler> makeHandler() {
+    requireDefaultSettings();
     const HMODULE module = LoadLibraryW(L"JyFlvSource.dll"); // for the life of the process
     if (module == nullptr) {
         throw Failure(HRESULT_FROM_WIN32(GetLastError()), "LoadLibrary(JyFlvSource.dll)");

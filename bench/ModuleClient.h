@@ -10,10 +10,10 @@
 
 namespace JY::Bench {
 
-/// The library beside this program, without the registry's help.
+/// The library beside this program, without the registry's help and with no setting but the defaults.
 class ModuleClient {
 public:
-    /// @throws Failure
+    /// @throws Failure, and std::runtime_error when the module is set otherwise than by default
     ModuleClient();
 
     /// A media source for the film, made as a source resolver would have it made, and waited for.

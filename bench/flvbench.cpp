@@ -2,6 +2,7 @@
 #include "bench/BareClient.h"
 #include "bench/FilmClient.h"
 #include "bench/LogCost.h"
+#include "bench/Median.h"
 #include "bench/ModuleClient.h"
 #include "bench/Stopwatch.h"
 #include "tools/Failure.h"
@@ -11,26 +12,25 @@
 #include <psapi.h>
 #include <windows.h>
 
-#include <algorithm>
 #include <cstdio>
 #include <functional>
-#include <limits>
 #include <string>
 #include <vector>
 
 namespace {
 
 using JY::Bench::FilmClient;
+using JY::Bench::median;
 using JY::Bench::ModuleClient;
 using JY::Bench::Stopwatch;
+using JY::Log2::Severity;
 using JY::Tools::UsageError;
 
-constexpr const char* usage = "samples FILM | open FILM | seek FILM SECONDS | log";
+constexpr const char* usage = "samples FILM | memory FILM SECONDS | open FILM TIMES | seek FILM SECONDS TIMES | log\n";
 constexpr LONGLONG ticksPerSecond = 10'000'000;
-constexpr unsigned openings = 20;
 
-void print(const char* name, double value) {
-    std::printf("%s %.9g\n", name, value);
+void print(const std::string& name, double value) {
+    std::printf("%s %.9g\n", name.c_str(), value);
 }
 
 /// Bytes of memory that the process has had at most.
@@ -49,12 +49,19 @@ double takeFilm(const ModuleClient& module, const std::wstring& film, const std:
     return stopwatch.seconds();
 }
 
+/// Seconds that it takes to start a film at a time (seconds) and to get its first picture there.
+double seek(FilmClient& client, double time) {
+    const Stopwatch stopwatch;
+    client.start(static_cast<LONGLONG>(time * ticksPerSecond));
+    client.firstPicture();
+    return stopwatch.seconds();
+}
+
 void measureSamples(const std::wstring& film) {
     const ModuleClient module;
-    takeFilm(module, film, [](std::uint32_t) {});
-    print("peak_bytes", peakMemory()); // before this program itself keeps anything of the film
     std::vector<std::uint32_t> sizes;
-    const double taken = takeFilm(module, film, [&](std::uint32_t size) { sizes.push_back(size); });
+    takeFilm(module, film, [&](std::uint32_t size) { sizes.push_back(size); });
+    const double taken = takeFilm(module, film, [](std::uint32_t) {});
     const Stopwatch bareTime;
     JY::Bench::pushBareSamples(film, sizes);
     const double bare = bareTime.seconds();
@@ -63,44 +70,82 @@ void measureSamples(const std::wstring& film) {
     print("bare_seconds", bare);
 }
 
-void measureOpening(const std::wstring& film) {
+/// Of a process that seeks in a film and plays it to its end, and of the same process before it opens the film.
+void measureMemory(const std::wstring& film, double time) {
     const ModuleClient module;
-    double least = std::numeric_limits<double>::max();
-    for (unsigned opening = 0; opening < openings; ++opening) {
-        const Stopwatch stopwatch;
-        const FilmClient client(module.open(film));
-        least = std::min(least, stopwatch.seconds());
+    print("peak_bytes_before", peakMemory());
+    {
+        FilmClient client(module.open(film));
+        seek(client, time);
     }
-    print("open_seconds", least);
+    takeFilm(module, film, [](std::uint32_t) {});
+    print("peak_bytes", peakMemory());
 }
 
-void measureSeek(const std::wstring& film, double seconds) {
+void measureOpening(const std::wstring& film, unsigned long times) {
     const ModuleClient module;
-    const Stopwatch opened;
+    std::vector<double> openings;
+    for (unsigned long opening = 0; opening < times; ++opening) {
+        const Stopwatch stopwatch;
+        const FilmClient client(module.open(film));
+        openings.push_back(stopwatch.seconds());
+    }
+    print("open_seconds", median(openings));
+}
+
+/// How many samples follow where a seek comes out: this tells how far it went, which times do not, since they wrap.
+unsigned long samplesLeft(const ModuleClient& module, const std::wstring& film, double time) {
     FilmClient client(module.open(film));
-    const double opening = opened.seconds();
-    const Stopwatch sought;
-    client.start(static_cast<LONGLONG>(seconds * ticksPerSecond));
-    client.firstPicture();
-    print("seek_seconds", sought.seconds());
-    print("open_and_seek_seconds", opening + sought.seconds());
+    seek(client, time);
+    unsigned long count = 1; // the picture
+    client.takeAll([&](std::uint32_t) { ++count; });
+    return count;
+}
+
+/// Every seek in a newly opened film, so that it finds nothing that one before it has left.
+void measureSeek(const std::wstring& film, double time, unsigned long times) {
+    const ModuleClient module;
+    std::vector<double> seeks;
+    std::vector<double> openingsAndSeeks;
+    for (unsigned long round = 0; round < times; ++round) {
+        const Stopwatch stopwatch;
+        FilmClient client(module.open(film));
+        seeks.push_back(seek(client, time));
+        openingsAndSeeks.push_back(stopwatch.seconds());
+    }
+    print("seek_seconds", median(seeks));
+    print("open_and_seek_seconds", median(openingsAndSeeks));
+    print("samples_left", samplesLeft(module, film, time));
 }
 
 void measureLog() {
-    print("dropped_record_seconds", JY::Bench::secondsPerDroppedRecord());
-    print("kept_record_seconds", JY::Bench::secondsPerKeptRecord());
-    print("written_record_seconds", JY::Bench::secondsPerWrittenRecord());
+    print("dropped_seconds", JY::Bench::secondsPerDroppedRecord());
+    for (const Severity threshold : {Severity::trace, Severity::debug, Severity::info, Severity::warn, Severity::notice,
+                                     Severity::error, Severity::fatal}) {
+        print(std::string(JY::Log2::severityName(threshold)) + "_seconds", JY::Bench::secondsPerRecord(threshold));
+    }
+    print("dump_seconds", JY::Bench::secondsPerDump());
     print("traced_function_seconds", JY::Bench::secondsPerTracedFunction());
+}
+
+unsigned long number(const std::wstring& text) {
+    const unsigned long value = std::stoul(text);
+    if (value == 0) {
+        throw UsageError("nothing can be measured no times");
+    }
+    return value;
 }
 
 void measure(const std::vector<std::wstring>& arguments) {
     const std::wstring command = arguments.empty() ? L"" : arguments.front();
     if (command == L"samples" && arguments.size() == 2) {
         measureSamples(arguments[1]);
-    } else if (command == L"open" && arguments.size() == 2) {
-        measureOpening(arguments[1]);
-    } else if (command == L"seek" && arguments.size() == 3) {
-        measureSeek(arguments[1], std::stod(arguments[2]));
+    } else if (command == L"memory" && arguments.size() == 3) {
+        measureMemory(arguments[1], std::stod(arguments[2]));
+    } else if (command == L"open" && arguments.size() == 3) {
+        measureOpening(arguments[1], number(arguments[2]));
+    } else if (command == L"seek" && arguments.size() == 4) {
+        measureSeek(arguments[1], std::stod(arguments[2]), number(arguments[3]));
     } else if (command == L"log" && arguments.size() == 1) {
         measureLog();
     } else {

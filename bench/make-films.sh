@@ -2,8 +2,8 @@
 # bench/make-films.sh FOLDER: makes the films that are measured, unless they stand: the same ten seconds of H.264
 # (640 x 360, 30 pictures a second) and AAC over and over, about 7 MB and 4,400 tags a minute.
 #
-#   one-minute.flv, ten-minutes.flv, two-hours.flv   with an index of key frames
-#   two-hours-noindex.flv                            without
+#   one-minute.flv, ten-minutes.flv, two-hours.flv    with an index of key frames
+#   ten-minutes-noindex.flv, two-hours-noindex.flv    without
 set -euo pipefail
 
 folder=$1
@@ -26,6 +26,7 @@ film() {
 film one-minute 6 -flvflags add_keyframe_index
 film ten-minutes 60 -flvflags add_keyframe_index
 film two-hours 720 -flvflags add_keyframe_index
+film ten-minutes-noindex 60
 film two-hours-noindex 720
 
 echo "$self" >"$stamp"
