@@ -21,7 +21,7 @@ using namespace JY::Pictaro::Fs;
 
 constexpr std::size_t largestBody = 0xFFFFFF;
 /// Of a tag of the largest size, whatever is in it: half a second on an idle machine.
-constexpr std::chrono::seconds longestTime{5};
+constexpr std::chrono::seconds longestTime = countingAllowance * std::chrono::seconds{5};
 
 const Bytes openArray = {10, 0x7F, 0xFF, 0xFF, 0xFF};
 const Bytes openObject = {3};

@@ -7,6 +7,13 @@
 
 namespace JY::Test {
 
+/// How many times as long as another a build that counts its lines may take.
+#ifdef JY_LINES_ARE_COUNTED
+constexpr int countingAllowance = 5;
+#else
+constexpr int countingAllowance = 1;
+#endif
+
 /// The processor time that `call` takes on this thread: what other programs do on a busy machine does not count.
 template <class Call>
 std::chrono::milliseconds processorTimeOf(const Call& call) {
