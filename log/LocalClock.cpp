@@ -97,10 +97,7 @@ std::uint64_t countsLeft(const Moment& before, std::uint64_t counter, std::uint6
 
 SYSTEMTIME localTime() {
     const std::uint64_t counter = ProcessorCounter::isSteady() ? ProcessorCounter::now() : 0;
-    Moment latest;
-    if (!latestMoment.get(latest)) {
-        latest = {};
-    }
+    const Moment latest = latestMoment.get().value_or(Moment{});
     return counter - latest.counter < latest.counts ? unpacked(latest.local) : askClock(latest, counter);
 }
 

@@ -2,10 +2,12 @@
 
 #include <array>
 #include <atomic>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
+#include <optional>
 #include <type_traits>
+#include <utility>
 
 namespace JY {
 
@@ -17,16 +19,18 @@ template <class T>
 requires std::is_trivially_copyable_v<T>
 class LatestValue {
 public:
-    /// False, with nothing of use in `value`, while it is being changed.
-    bool get(T& value) const {
+    /// Nothing while it is being changed.
+    std::optional<T> get() const {
         const unsigned version = version_.load(std::memory_order_acquire);
-        auto* const target = reinterpret_cast<std::byte*>(&value);
-        for (std::size_t index = 0; index < size; ++index) {
-            const std::uint64_t word = words_[index].load(std::memory_order_relaxed);
-            std::memcpy(target + index * sizeof word, &word, sizeof word);
+        const auto words = [this]<std::size_t... index>(std::index_sequence<index...>) {
+            return std::array{words_[index].load(std::memory_order_relaxed)...};
         }
+        (std::make_index_sequence<size>());
         std::atomic_thread_fence(std::memory_order_acquire); // the version comes after the words
-        return !isBeingChanged(version) && version_.load(std::memory_order_relaxed) == version;
+        if (isBeingChanged(version) || version_.load(std::memory_order_relaxed) != version) {
+            return std::nullopt;
+        }
+        return std::bit_cast<T>(words);
     }
 
     /// Does nothing when another thread is doing it.
@@ -35,12 +39,10 @@ public:
         if (isBeingChanged(version) || !version_.compare_exchange_strong(version, version + 1)) {
             return;
         }
-        const auto* const source = reinterpret_cast<const std::byte*>(&value);
+        const auto words = std::bit_cast<std::array<std::uint64_t, size>>(value);
         std::atomic_thread_fence(std::memory_order_release); // the words come after the version
         for (std::size_t index = 0; index < size; ++index) {
-            std::uint64_t word = 0;
-            std::memcpy(&word, source + index * sizeof word, sizeof word);
-            words_[index].store(word, std::memory_order_relaxed);
+            words_[index].store(words[index], std::memory_order_relaxed);
         }
         version_.store(version + 2, std::memory_order_release);
     }

@@ -5,6 +5,7 @@
 #include <atomic>
 #include <cstdint>
 #include <gtest/gtest.h>
+#include <optional>
 #include <thread>
 #include <vector>
 
@@ -31,23 +32,23 @@ bool isWhole(const Sample& sample) {
 
 TEST(LatestValue, IsZeroAtFirst) {
     const LatestValue<Sample> latest;
-    Sample sample = sampleOf(7);
-    ASSERT_TRUE(latest.get(sample));
-    EXPECT_EQ(sample.first, 0U);
-    EXPECT_EQ(sample.second, 0U);
-    EXPECT_EQ(sample.third, 0U);
-    EXPECT_EQ(sample.fourth, 0U);
-    EXPECT_EQ(sample.fifth, 0U);
+    const std::optional<Sample> sample = latest.get();
+    ASSERT_TRUE(sample.has_value());
+    EXPECT_EQ(sample->first, 0U);
+    EXPECT_EQ(sample->second, 0U);
+    EXPECT_EQ(sample->third, 0U);
+    EXPECT_EQ(sample->fourth, 0U);
+    EXPECT_EQ(sample->fifth, 0U);
 }
 
 TEST(LatestValue, IsTheOneSetLast) {
     LatestValue<Sample> latest;
-    Sample sample{};
     for (std::uint64_t number = 1; number < 100; ++number) {
         latest.set(sampleOf(number));
-        ASSERT_TRUE(latest.get(sample));
-        EXPECT_EQ(sample.first, number);
-        EXPECT_TRUE(isWhole(sample));
+        const std::optional<Sample> sample = latest.get();
+        ASSERT_TRUE(sample.has_value());
+        EXPECT_EQ(sample->first, number);
+        EXPECT_TRUE(isWhole(*sample));
     }
 }
 
@@ -64,10 +65,9 @@ constexpr unsigned enough = 200'000;
 Got getEnough(const LatestValue<Sample>& latest) {
     const ULONGLONG end = GetTickCount64() + 10'000;
     Got got;
-    Sample sample{};
     while (got.whole < enough && GetTickCount64() < end) {
-        if (latest.get(sample)) {
-            ++(isWhole(sample) ? got.whole : got.torn);
+        if (const std::optional<Sample> sample = latest.get()) {
+            ++(isWhole(*sample) ? got.whole : got.torn);
         }
     }
     return got;
