@@ -75,8 +75,8 @@ function walk_rows(film, played, prefix, words,    ffmpeg) {
     ffmpeg = less(film ".ffmpeg_seek_seconds", film ".ffmpeg_start_seconds")
     row(prefix "_ffmpeg_less_start_ms", words ": ffmpeg -ss, less ffmpeg -ss 0", ffmpeg * 1000, "ms")
     row(prefix "_to_ffmpeg_less_start", words ": module / ffmpeg, the seek alone", figure(film ".seek_seconds") / ffmpeg, "times")
-    row(prefix "_thousand_tags", words ": tags that the module passes", passed(film, played) / 1000, "thousand")
-    row(prefix "_per_tag_ns", words ": the module, for each of these tags", per_tag(film, played), "ns")
+    row(prefix "_thousand_tags", words ": samples that the module passes", passed(film, played) / 1000, "thousand")
+    row(prefix "_per_tag_ns", words ": the module, for each of these samples", per_tag(film, played), "ns")
 }
 
 function record_row(threshold, words) {
@@ -85,7 +85,7 @@ function record_row(threshold, words) {
 
 function memory_rows(film, prefix, words) {
     row(prefix "_peak_mb", words ": the process at most", figure(film ".peak_bytes") / 1000000, "MB")
-    row(prefix "_added_mb", words ": what the film has added to it", less(film ".peak_bytes", film ".peak_bytes_before") / 1000000, "MB")
+    row(prefix "_added_mb", words ": what the film and the first use of Media Foundation have added", less(film ".peak_bytes", film ".peak_bytes_before") / 1000000, "MB")
 }
 
 # From the ten-minute to the two-hour film.
@@ -145,10 +145,10 @@ function rows() {
     row("growth_open", "opening", growth("film", "hours", "open_seconds"), "times")
     row("growth_seek_index", "a seek by the index", growth("film", "hours", "seek_seconds"), "times")
     row("growth_seek_walk", "a seek tag by tag", growth("film-walk", "hours-walk", "seek_seconds"), "times")
-    row("growth_seek_walk_tags", "the tags on the way of this seek", passed("hours-walk", "hours") / passed("film-walk", "film"), "times")
-    row("growth_seek_walk_per_tag", "this seek, for each tag on the way", per_tag("hours-walk", "hours") / per_tag("film-walk", "film"), "times")
+    row("growth_seek_walk_tags", "the samples on the way of this seek", passed("hours-walk", "hours") / passed("film-walk", "film"), "times")
+    row("growth_seek_walk_per_tag", "this seek, for each sample on the way", per_tag("hours-walk", "hours") / per_tag("film-walk", "film"), "times")
     row("growth_memory_peak", "memory of the process", growth("film", "hours", "peak_bytes"), "times")
-    row("growth_memory_added", "memory that the film adds", less("hours.peak_bytes", "hours.peak_bytes_before") / less("film.peak_bytes", "film.peak_bytes_before"), "times")
+    row("growth_memory_added", "memory that is added", less("hours.peak_bytes", "hours.peak_bytes_before") / less("film.peak_bytes", "film.peak_bytes_before"), "times")
 }
 
 # Puts the numbers of a row in order.

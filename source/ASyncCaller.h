@@ -1,5 +1,6 @@
 #pragma once
 
+#include "com/ClientReference.h"
 #include "com/ComCall.h"
 #include "source/AsyncCallParam.h"
 #include "util/ApiErrorException.h"
@@ -112,15 +113,14 @@ Microsoft::WRL::ComPtr<IUnknown> AsyncCaller<T>::runCallee(const AsyncCallParam&
 
 template <class T>
 HRESULT AsyncCaller<T>::complete(const AsyncCallParam& param, IUnknown* resultObject, const Log2::Logger& log) {
-    Microsoft::WRL::ComPtr<IMFAsyncResult> completion;
-    const HRESULT status =
-        MFCreateAsyncResult(resultObject, param.callback(), param.state(), completion.GetAddressOf());
+    ClientReference<IMFAsyncResult> completion; // may be the last to hold the client's callback and state
+    const HRESULT status = MFCreateAsyncResult(resultObject, param.callback(), param.state(), completion.put());
     if (FAILED(status)) {
         log.warn(here()) << ApiErrorException(here(), "MFCreateAsyncResult", static_cast<std::uint32_t>(status));
         return status;
     }
-    completion->SetStatus(status); // a failed callee shows as a result without an object
-    throwIfFailed(MFInvokeCallback(completion.Get()), here(), "MFInvokeCallback");
+    completion.get()->SetStatus(status); // a failed callee shows as a result without an object
+    throwIfFailed(MFInvokeCallback(completion.get()), here(), "MFInvokeCallback");
     return S_OK;
 }
 

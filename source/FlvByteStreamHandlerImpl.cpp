@@ -1,5 +1,6 @@
 #include "source/FlvByteStreamHandlerImpl.h"
 
+#include "com/ClientReference.h"
 #include "com/ComCall.h"
 #include "com/InterfaceQuery.h"
 #include "source/CreateObjectParam.h"
@@ -35,9 +36,8 @@ std::wstring pathFromUrl(LPCWSTR url) {
 }
 
 void requireMediaSource(IUnknown* object) {
-    ComPtr<IMFMediaSource> source;
-    const HRESULT result =
-        object != nullptr ? object->QueryInterface(IID_PPV_ARGS(source.GetAddressOf())) : E_NOINTERFACE;
+    ClientReference<IMFMediaSource> source;
+    const HRESULT result = object != nullptr ? object->QueryInterface(IID_PPV_ARGS(source.put())) : E_NOINTERFACE;
     throwIfFailed(result, here(), "QueryInterface");
 }
 
@@ -108,11 +108,11 @@ HRESULT FlvByteStreamHandlerImpl::EndCreateObject(IMFAsyncResult* pResult, MF_OB
     return comCall({here(), &typeid(*this), "EndCreateObject"},
                    {{"pResult", pResult}, {"pObjectType", pObjectType}, {"ppObject", ppObject}}, [&](const ComCall&) {
                        *ppObject = nullptr;
-                       ComPtr<IUnknown> unknown;
-                       throwIfFailed(pResult->GetObject(unknown.GetAddressOf()), here(), "GetObject");
-                       requireMediaSource(unknown.Get());
+                       ClientReference<IUnknown> unknown;
+                       throwIfFailed(pResult->GetObject(unknown.put()), here(), "GetObject");
+                       requireMediaSource(unknown.get());
                        *pObjectType = MF_OBJECT_MEDIASOURCE;
-                       *ppObject = unknown.Detach();
+                       *ppObject = unknown.detach();
                        return S_OK;
                    });
 }

@@ -12,6 +12,7 @@
 #include "source/ThumbnailHost.h"
 #include "streams/FlvAudioStream.h"
 #include "streams/FlvVideoStream.h"
+#include "streams/QueueShutdown.h"
 #include "util/ApiErrorException.h"
 #include "util/ErrorException.h"
 #include "util/FatalException.h"
@@ -123,7 +124,7 @@ FlvSourceImpl::~FlvSourceImpl() {
     }
     shutDownEvents(streams_);
     if (eventQueue_ != nullptr) {
-        letGo([this] { eventQueue_->Shutdown(); });
+        shutDownQueue(*eventQueue_.Get());
     }
 }
 
@@ -418,7 +419,7 @@ HRESULT FlvSourceImpl::Shutdown() {
         // Last and without the lock, because it lets go of what the client has queued: its end may wait for a thread
         // that calls the source, and a fault there must leave nothing open.
         shutDownEvents(streams);
-        queue->Shutdown();
+        shutDownQueue(*queue.Get());
         return S_OK;
     });
 }

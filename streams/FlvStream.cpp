@@ -4,6 +4,7 @@
 #include "com/ComCall.h"
 #include "com/InterfaceQuery.h"
 #include "flv/TimePosition.h"
+#include "streams/QueueShutdown.h"
 #include "util/ApiErrorException.h"
 #include "util/ErrorException.h"
 
@@ -35,7 +36,12 @@ FlvStream::FlvStream(ModuleUsageCounter& counter, StreamSource& source, FlvFileP
     : ComUnknownBase(counter), source_(&source), parser_(&parser), lock_(std::move(sourceLock)), streamId_(streamId),
       eventQueue_(createEventQueue()) {}
 
-FlvStream::~FlvStream() = default;
+FlvStream::~FlvStream() {
+    purgeSamples();
+    // What clients have attached to these goes with them.
+    const ClientReference descriptor(std::move(descriptor_));
+    const ClientReference eventQueue(std::move(eventQueue_));
+}
 
 HRESULT FlvStream::QueryInterface(REFIID riid, void** ppvObject) {
     return comCall({here(), &typeid(*this), "QueryInterface"}, {{"ppvObject", ppvObject}}, [&](const ComCall& call) {
@@ -216,7 +222,7 @@ void FlvStream::cutLoose() noexcept {
 }
 
 void FlvStream::shutDownEvents() noexcept {
-    letGo([this] { eventQueue_->Shutdown(); });
+    shutDownQueue(*eventQueue_.Get());
 }
 
 HRESULT FlvStream::queueEvent(MediaEventType type) {

@@ -71,6 +71,17 @@ TEST_F(ClientReferenceTest, OwnsWhatAClientPutsIntoIt) {
     EXPECT_EQ(object.references, 0U);
 }
 
+TEST_F(ClientReferenceTest, TakesAReferenceOverAndGivesItUp) {
+    CountedObject object;
+    {
+        ClientReference<IUnknown> reference{Microsoft::WRL::ComPtr<IUnknown>(&object)};
+        EXPECT_EQ(object.references, 1U);
+        EXPECT_EQ(reference.detach(), &object);
+        EXPECT_EQ(reference.get(), nullptr);
+    }
+    EXPECT_EQ(object.references, 1U);
+}
+
 TEST_F(ClientReferenceTest, ToABadPointerFaultsWhereItIsMade) {
     auto* const bad = reinterpret_cast<IUnknown*>(16);
     const HRESULT result = comCall({here(), nullptr, "test"}, [&](const ComCall&) {
@@ -98,6 +109,10 @@ TEST_F(ClientReferenceTest, LetsAnExceptionPassThatIsOnItsWay) {
     });
     EXPECT_EQ(result, E_ACCESSDENIED);
     EXPECT_EQ(object.releases, 1U);
+    const auto records = log.records();
+    ASSERT_EQ(records.size(), 4U); // between ENTER and EXIT the fault and the exception
+    EXPECT_EQ(records[1].severity, Severity::fatal);
+    EXPECT_EQ(records[2].severity, Severity::error);
 }
 
 TEST_F(ClientReferenceTest, LettingGoRecordsAnErrorAsOne) {

@@ -384,10 +384,36 @@ void queueObject(IMFMediaEventGenerator& generator, IUnknown& object) {
 }
 
 TEST_F(FlvSourceShutdownTest, IsNotNeededToOutliveClientsObjectsThatFault) {
-    FaultyCallback object;
-    queueObject(*source.Get(), object);
+    FaultyCallback first;
+    FaultyCallback second;
+    queueObject(*source.Get(), first);
+    queueObject(*source.Get(), second);
     source.Reset();
-    EXPECT_GE(object.releases, 1U);
+    EXPECT_EQ(first.releases, 1U);
+    EXPECT_EQ(second.releases, 1U);
+}
+
+TEST_F(FlvSourceShutdownTest, OutlivesClientsObjectsThatFault) {
+    FaultyCallback first;
+    FaultyCallback second;
+    queueObject(*source.Get(), first);
+    queueObject(*source.Get(), second);
+    EXPECT_EQ(source->Shutdown(), S_OK);
+    EXPECT_EQ(first.releases, 1U);
+    EXPECT_EQ(second.releases, 1U);
+    EXPECT_EQ(source->Shutdown(), MF_E_SHUTDOWN);
+}
+
+TEST_F(FlvSourceShutdownTest, OutlivesClientsObjectsThatFaultInAStreamsQueue) {
+    play();
+    FaultyCallback first;
+    FaultyCallback second;
+    queueObject(*audio.Get(), first);
+    queueObject(*audio.Get(), second);
+    EXPECT_EQ(source->Shutdown(), S_OK);
+    EXPECT_EQ(first.releases, 1U);
+    EXPECT_EQ(second.releases, 1U);
+    audio.Reset();
 }
 
 TEST_F(FlvSourceShutdownTest, IsSafeAgainstCallsOnOtherThreads) {

