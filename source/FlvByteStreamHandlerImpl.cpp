@@ -11,14 +11,11 @@
 #include "util/ErrorException.h"
 
 #include <shlwapi.h>
-#include <wrl/client.h>
 
 #include <mutex>
 #include <typeinfo>
 
 namespace JY::Pictaro::Fs {
-
-using Microsoft::WRL::ComPtr;
 
 namespace {
 
