@@ -85,7 +85,7 @@ function record_row(threshold, words) {
 
 function memory_rows(film, prefix, words) {
     row(prefix "_peak_mb", words ": the process at most", figure(film ".peak_bytes") / 1000000, "MB")
-    row(prefix "_added_mb", words ": what the film and the first use of Media Foundation have added", less(film ".peak_bytes", film ".peak_bytes_before") / 1000000, "MB")
+    row(prefix "_added_mb", words ": added by film and Media Foundation's start", less(film ".peak_bytes", film ".peak_bytes_before") / 1000000, "MB")
 }
 
 # From the ten-minute to the two-hour film.
