@@ -375,45 +375,41 @@ TEST_F(FlvSourceShutdownTest, IsOutlivedThoughClientsObjectsFaultWhenTheyAreLetG
     EXPECT_EQ(object.releases, 2U);
 }
 
-/// Leaves an object in a queue of events.
-void queueObject(IMFMediaEventGenerator& generator, IUnknown& object) {
-    PROPVARIANT value{};
-    value.vt = VT_UNKNOWN;
-    value.punkVal = &object;
-    ASSERT_EQ(generator.QueueEvent(MEExtendedType, GUID_NULL, S_OK, &value), S_OK);
-}
+/// Two clients' objects that fault when they are let go, left in a queue of events.
+class FaultyObjectsInAQueue {
+public:
+    explicit FaultyObjectsInAQueue(IMFMediaEventGenerator& generator) {
+        for (FaultyCallback& object : objects_) {
+            PROPVARIANT value{};
+            value.vt = VT_UNKNOWN;
+            value.punkVal = &object;
+            EXPECT_EQ(generator.QueueEvent(MEExtendedType, GUID_NULL, S_OK, &value), S_OK);
+        }
+    }
+    bool haveBeenLetGo() const { return objects_[0].releases == 1 && objects_[1].releases == 1; }
+
+private:
+    FaultyCallback objects_[2];
+};
 
 TEST_F(FlvSourceShutdownTest, IsNotNeededToOutliveClientsObjectsThatFault) {
-    FaultyCallback first;
-    FaultyCallback second;
-    queueObject(*source.Get(), first);
-    queueObject(*source.Get(), second);
+    const FaultyObjectsInAQueue objects(*source.Get());
     source.Reset();
-    EXPECT_EQ(first.releases, 1U);
-    EXPECT_EQ(second.releases, 1U);
+    EXPECT_TRUE(objects.haveBeenLetGo());
 }
 
 TEST_F(FlvSourceShutdownTest, OutlivesClientsObjectsThatFault) {
-    FaultyCallback first;
-    FaultyCallback second;
-    queueObject(*source.Get(), first);
-    queueObject(*source.Get(), second);
+    const FaultyObjectsInAQueue objects(*source.Get());
     EXPECT_EQ(source->Shutdown(), S_OK);
-    EXPECT_EQ(first.releases, 1U);
-    EXPECT_EQ(second.releases, 1U);
+    EXPECT_TRUE(objects.haveBeenLetGo());
     EXPECT_EQ(source->Shutdown(), MF_E_SHUTDOWN);
 }
 
 TEST_F(FlvSourceShutdownTest, OutlivesClientsObjectsThatFaultInAStreamsQueue) {
     play();
-    FaultyCallback first;
-    FaultyCallback second;
-    queueObject(*audio.Get(), first);
-    queueObject(*audio.Get(), second);
+    const FaultyObjectsInAQueue objects(*audio.Get());
     EXPECT_EQ(source->Shutdown(), S_OK);
-    EXPECT_EQ(first.releases, 1U);
-    EXPECT_EQ(second.releases, 1U);
-    audio.Reset();
+    EXPECT_TRUE(objects.haveBeenLetGo());
 }
 
 TEST_F(FlvSourceShutdownTest, IsSafeAgainstCallsOnOtherThreads) {
