@@ -12,10 +12,10 @@ namespace JY::Log2 {
 namespace {
 
 // Asking the system's clock takes 31 ns under Wine, as long as all the rest of a record, and a record's time is one of
-// whole milliseconds. So an answer serves all threads for as long as its millisecond lasts by the
-// processor's own counter, at the slowest rate that the counter is trusted with: a faster one only has the clock asked
-// more often than needed. (Where the counters of two cores were not in step, a time could be late by their difference.)
-// The date is converted once a minute.
+// whole milliseconds. So an answer serves all threads for as long as its millisecond lasts by the processor's own
+// counter, at the slowest rate that the counter is trusted with: a faster one only has the clock asked more often than
+// needed. (Where the counters of two cores were not in step, a time could be late by their difference.) The date is
+// converted once a minute.
 
 constexpr std::uint64_t ticksPerMillisecond = 10'000;
 constexpr std::uint64_t ticksPerMinute = 60'000 * ticksPerMillisecond;
